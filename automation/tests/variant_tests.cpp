@@ -1,0 +1,74 @@
+#include <gtest/gtest.h>
+
+#include "automation/object.h"
+
+using namespace lumo;
+
+static int32_t errorOf(const std::function<void()>& f) {
+  try {
+    f();
+  } catch (const Error& e) {
+    return e.number();
+  }
+  return 0;
+}
+
+TEST(Variant, ConvertsAsTheLanguageDoes) {
+  EXPECT_EQ(Variant(u"123").toI2(), 123);
+  EXPECT_EQ(Variant(u"12.5").toI2(), 12);
+  EXPECT_EQ(Variant(int32_t(7)).toString(), u"7");
+  EXPECT_EQ(Variant(true).toString(), u"True");
+  EXPECT_EQ(Variant(true).toI4(), -1);
+  EXPECT_EQ(Variant().toString(), u"");
+  EXPECT_TRUE(Variant(u"true").toBool());
+}
+
+TEST(Variant, ConversionFailuresRaiseTheLanguagesErrors) {
+  EXPECT_EQ(errorOf([] { Variant(u"abc").toI2(); }), errnum::TypeMismatch);
+  EXPECT_EQ(errorOf([] { Variant(u"").toI2(); }), errnum::TypeMismatch);
+  EXPECT_EQ(errorOf([] { Variant(u"40000").toI2(); }), errnum::Overflow);
+  EXPECT_EQ(errorOf([] { Variant(u"-32769").toI2(); }), errnum::Overflow);
+  EXPECT_EQ(errorOf([] { Variant::null().toString(); }), errnum::InvalidUseOfNull);
+  EXPECT_EQ(errorOf([] { Variant(u"x").toObject(); }), errnum::ObjectRequired);
+}
+
+TEST(Variant, ReferencesReadAndWriteTheirTarget) {
+  Variant target(int32_t(1));
+  Variant r = Variant::ref(&target);
+  EXPECT_TRUE(r.isRef());
+  EXPECT_EQ(r.toI4(), 1);
+  r.deref() = Variant(u"changed");
+  EXPECT_EQ(target.toString(), u"changed");
+}
+
+TEST(Collection, KeysIgnoreCaseAndRejectDuplicates) {
+  Collection c;
+  ustring k1 = u"a", k2 = u"A";
+  c.add(Variant(u"1"), &k1);
+  EXPECT_EQ(c.item(u"A").toString(), u"1");
+  EXPECT_EQ(errorOf([&] { c.add(Variant(u"2"), &k2); }), errnum::KeyAlreadyExists);
+  EXPECT_EQ(errorOf([&] { c.item(u"b"); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { c.item(std::size_t(2)); }), errnum::InvalidCall);
+}
+
+TEST(Collection, LateBoundMembersWork) {
+  auto c = std::make_shared<Collection>();
+  c->call(u"Add", {Variant(u"x"), Variant(u"k")});
+  c->call(u"Add", {Variant(u"y")});
+  EXPECT_EQ(c->get(u"Count").toI4(), 2);
+  EXPECT_EQ(c->get(u"Item", {Variant(u"K")}).toString(), u"x");
+  EXPECT_EQ(c->get(u"", {Variant(int32_t(2))}).toString(), u"y");
+  c->call(u"Remove", {Variant(u"k")});
+  EXPECT_EQ(c->get(u"Item", {Variant(int32_t(1))}).toString(), u"y");
+  EXPECT_EQ(errorOf([&] { c->call(u"Nope"); }), errnum::NotSupported);
+}
+
+TEST(DynamicObject, HandlersAndPropertiesAnswerByNameIgnoringCase) {
+  auto o = std::make_shared<DynamicObject>(u"Loader");
+  o->property(u"LanguageID", Variant(u""));
+  o->on(u"LoadString", [](InvokeKind, Args& a) { return Variant(u"[" + a.at(0).toString() + u"]"); });
+  o->put(u"languageid", Variant(u"en"));
+  EXPECT_EQ(o->get(u"LanguageID").toString(), u"en");
+  EXPECT_EQ(o->call(u"loadstring", {Variant(u"x")}).toString(), u"[x]");
+  EXPECT_FALSE(o->hasMember(u"Other"));
+}
