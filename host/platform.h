@@ -38,6 +38,12 @@ class Platform : public ComponentFactory {
   // SetWindowPos(window, insertAfter, x, y, cx, cy, flags); returns the call's result.
   virtual int32_t setWindowPos(intptr_t window, intptr_t insertAfter, int32_t x, int32_t y, int32_t cx, int32_t cy,
                                uint32_t flags) = 0;
+
+  // Text handed to and read from the 8-bit ("A") functions above, in the system's
+  // 8-bit code page. The defaults map U+0000..U+00FF byte for byte and write '?'
+  // for anything else; the Windows platform uses the ANSI code page.
+  virtual std::string toAnsi(const ustring& text);
+  virtual ustring fromAnsi(const std::string& bytes);
 };
 
 // The process's platform. Raises 91 when none is installed.

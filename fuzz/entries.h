@@ -1,0 +1,29 @@
+// The fuzzers' entry functions, shared by the libFuzzer targets and by the
+// replay test of the normal suite. Each checks its invariants and returns "" when
+// they held, otherwise a description of the one that broke.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "automation/text.h"
+
+namespace lumo::fuzz {
+
+// Input layout shared by both entries: the first byte selects the decoding of the
+// rest (bit 0: UTF-16LE code units, else UTF-8) and, for the language entry, the
+// session's language (bits 1-2: chs, en, cht, none) and the loaders' state
+// (bit 3: failing, bit 4: missing).
+ustring decodeText(const uint8_t* data, std::size_t size);
+
+// ParseString, GetProperty and the typed properties, checked against an
+// independent reading of the session-string grammar.
+std::string sessionStringEntry(const uint8_t* data, std::size_t size);
+
+// GetPropertyExt, LoadspecialVtString, the lookups, ReplacePlaceholders and
+// FormatResString under a fake host. The decoded text holds its fields separated
+// by U+0001: session string, property name, special text, format, arguments...
+std::string languageTextsEntry(const uint8_t* data, std::size_t size);
+
+}  // namespace lumo::fuzz

@@ -1,0 +1,58 @@
+#include "host/gateway.h"
+
+#include "host/platform.h"
+#include "host/session.h"
+
+namespace lumo {
+
+Variant callComponent(const ustring& progId, const ustring& method, Args args) {
+  // The component lives for this call only; the reference goes when we return.
+  ObjectPtr component = platform().create(progId);
+  return component->call(method, std::move(args));
+}
+
+Variant callWithSession(const ustring& progId, const ustring& method, Args args) {
+  ObjectPtr component = platform().create(progId);
+  args.insert(args.begin(), Variant(getPropsString()));
+  return component->call(method, std::move(args));
+}
+
+Recordset::Recordset(ObjectPtr rs) : rs_(std::move(rs)) {}
+
+namespace {
+const ObjectPtr& require(const ObjectPtr& o) {
+  if (!o) throw Error(errnum::ObjectVariableNotSet);
+  return o;
+}
+
+ObjectPtr fieldObject(const ObjectPtr& rs, const Variant& index) {
+  ObjectPtr fields = require(rs)->get(u"Fields").toObject();
+  return require(require(fields)->get(u"Item", {index}).toObject());
+}
+}  // namespace
+
+bool Recordset::eof() const { return require(rs_)->get(u"EOF").toBool(); }
+
+void Recordset::moveNext() { require(rs_)->call(u"MoveNext"); }
+
+Variant Recordset::field(const ustring& name) const { return fieldObject(rs_, name)->get(u"Value"); }
+
+Variant Recordset::field(int32_t index) const { return fieldObject(rs_, index)->get(u"Value"); }
+
+ustring Recordset::text(const ustring& name) const {
+  const Variant v = field(name);
+  return v.isNull() ? ustring() : v.toString();
+}
+
+int32_t Recordset::fieldCount() const {
+  ObjectPtr fields = require(rs_)->get(u"Fields").toObject();
+  return require(fields)->get(u"Count").toI4();
+}
+
+ustring Recordset::fieldName(int32_t index) const { return fieldObject(rs_, index)->get(u"Name").toString(); }
+
+Recordset getData(const ustring& sql) {
+  return Recordset(callWithSession(u"LumoMSmsManager.clsBillUseInfo", u"GetData", {sql}).toObject());
+}
+
+}  // namespace lumo

@@ -1,0 +1,34 @@
+// Calls on the host's middle-tier components: created by programmatic identifier at
+// the moment of use, released after the call, the session string first.
+#pragma once
+
+#include "automation/object.h"
+
+namespace lumo {
+
+// Creates the component, calls method with args, releases the component.
+Variant callComponent(const ustring& progId, const ustring& method, Args args);
+// The same with the session property string prepended to args.
+Variant callWithSession(const ustring& progId, const ustring& method, Args args);
+
+// Reads a host recordset row by row: EOF, MoveNext, Fields(name).Value.
+class Recordset {
+ public:
+  explicit Recordset(ObjectPtr rs);
+  bool eof() const;
+  void moveNext();
+  Variant field(const ustring& name) const;
+  Variant field(int32_t index) const;
+  ustring text(const ustring& name) const;  // Null reads as ""
+  int32_t fieldCount() const;
+  ustring fieldName(int32_t index) const;
+  const ObjectPtr& object() const { return rs_; }
+
+ private:
+  ObjectPtr rs_;
+};
+
+// GetData of "LumoMSmsManager.clsBillUseInfo" with the session string and sql.
+Recordset getData(const ustring& sql);
+
+}  // namespace lumo
