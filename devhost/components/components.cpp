@@ -1,0 +1,379 @@
+#include "devhost/components/components.h"
+
+#include "devhost/components/component.h"
+#include "devhost/components/recordset.h"
+#include "devhost/components/sql_dialect.h"
+
+namespace lumo::devhost {
+
+namespace {
+
+using DbPtr = std::shared_ptr<HostDb>;
+using DbError = std::optional<Error>;
+
+int32_t intArg(const Variant& v) {
+  double d = v.toDouble();
+  if (d < -2147483648.0 || d > 2147483647.0) throw Error(errnum::Overflow);
+  return static_cast<int32_t>(d);
+}
+
+ustring normalLanguage(const ustring& language) { return toLower(trim(language)); }
+
+// ---------------------------------------------------------------------------
+// "PropsMgr.ShareProps": the session of each process. SignIn and SignOut are the
+// development host's own, for the stand-in client and for script probes.
+
+class ShareProps : public Component {
+ public:
+  ShareProps(ustring progId, DbPtr database, DbError err)
+      : Component(std::move(progId), std::move(database), std::move(err)) {
+    method(u"GetProperty", Answer::Text, [this](Args& a) { return getProperty(a); });
+    method(u"SignIn", Answer::Text, [this](Args& a) { return signIn(a); });
+    method(u"SignOut", Answer::Nothing, [this](Args& a) {
+      db().removeSession(processArg(a, 0));
+      return Variant();
+    });
+  }
+
+ private:
+  uint32_t processArg(const Args& a, std::size_t index) {
+    if (index >= a.size() || a[index].deref().isMissing() || a[index].deref().isEmpty()) return currentProcessId();
+    return static_cast<uint32_t>(intArg(a[index].deref()));
+  }
+
+  Variant getProperty(Args& a) {
+    uint32_t pid = static_cast<uint32_t>(intArg(arg(a, 0, u"GetProperty")));
+    ustring name = textArg(a, 1, u"GetProperty");
+    std::optional<Session> s = db().sessionOf(pid);
+    if (!s)
+      throw Error(hosterr::NotSignedIn,
+                  u"No user is signed in for process " + toText(static_cast<long long>(pid)) +
+                      u": sign in through PropsMgr.ShareProps.SignIn first",
+                  progId());
+    if (equalsNoCase(name, u"PropsString")) return s->propsString;
+    if (equalsNoCase(name, u"UserName")) return s->user.name;
+    if (equalsNoCase(name, u"UserID")) return s->user.id;
+    if (equalsNoCase(name, u"Language")) return s->language;
+    return {};
+  }
+
+  Variant signIn(Args& a) {
+    ustring name = textArg(a, 0, u"SignIn");
+    ustring language = a.size() > 1 && !a[1].deref().isMissing() ? normalLanguage(textArg(a, 1, u"SignIn")) : ustring();
+    if (language.empty()) language = u"chs";
+    if (language != u"chs" && language != u"en" && language != u"cht")
+      throw Error(hosterr::BadArgument, u"SignIn: the language must be chs, en or cht, not '" + language + u"'",
+                  progId());
+    std::optional<User> u = db().userByName(name);
+    if (!u) throw Error(hosterr::BadArgument, u"SignIn: there is no user named '" + name + u"'", progId());
+    if (u->forbidden) throw Error(hosterr::BadArgument, u"SignIn: the user '" + name + u"' is forbidden", progId());
+    Session s;
+    s.processId = processArg(a, 2);
+    s.user = *u;
+    s.language = language;
+    s.propsString = u"UserName=" + u->name + u";UserID=" + toText(u->id) +
+                    u";DBMS Name=SQLite;DBMS Version=3;ConnectString={" + connectStringFor(db().path()) + u"}";
+    db().storeSession(s);
+    return s.propsString;
+  }
+};
+
+// ---------------------------------------------------------------------------
+// "LumoLangInfo.LangInfo"
+
+class LangInfo : public Component {
+ public:
+  LangInfo(ustring progId, DbPtr database, DbError err)
+      : Component(std::move(progId), std::move(database), std::move(err)) {
+    method(u"CurrentLanguage", Answer::Text, [this](Args&) {
+      std::optional<Session> s = db().sessionOf(currentProcessId());
+      return Variant(s ? s->language : ustring(u"chs"));
+    });
+  }
+};
+
+// ---------------------------------------------------------------------------
+// "LumoResLoader.Loader" (also reached as "LumoRESLOADER.Loader")
+
+class ResLoader : public Component {
+ public:
+  ResLoader(ustring progId, DbPtr database, DbError err)
+      : Component(std::move(progId), std::move(database), std::move(err)) {
+    property(u"ResFileBaseName", Answer::Text, ustring());
+    property(u"LanguageID", Answer::Text, ustring(u"chs"));
+    property(u"ResDirectory", Answer::Text, ustring());
+    method(u"LoadString", Answer::Text, [this](Args& a) { return lookup(textArg(a, 0, u"LoadString")); });
+    method(u"LoadString2", Answer::Text, [this](Args& a) { return lookup(textArg(a, 0, u"LoadString2")); });
+  }
+
+ private:
+  // Simplified Chinese is the key itself; an unknown key comes back unchanged.
+  Variant lookup(const ustring& key) {
+    const Variant& lang = propertyValue(u"LanguageID");
+    ustring language = lang.isNull() ? ustring() : normalLanguage(lang.toString());
+    if (language.empty() || language == u"chs") return key;
+    Variant text =
+        db().connection().scalar(u"SELECT FText FROM dh_Resource WHERE FKey=? AND FLanguage=?", {key, language});
+    if (text.isString()) return text;
+    return key;
+  }
+};
+
+// ---------------------------------------------------------------------------
+// "FrmRes.FrmResLoader"
+
+ustring fontFor(const ustring& language) {
+  ustring l = normalLanguage(language);
+  if (l == u"cht") return u"新細明體";
+  if (l == u"en") return u"Tahoma";
+  return u"宋体";
+}
+
+class FrmResLoader : public Component {
+ public:
+  FrmResLoader(ustring progId, DbPtr database, DbError err)
+      : Component(std::move(progId), std::move(database), std::move(err)) {
+    property(u"NeedMLColumnHeaders", Answer::Bool, false);
+    // The forms are the add-in's own windows, which this loader cannot walk:
+    // the call is journalled and answered without touching the form.
+    method(u"LoadFrmResStrings", Answer::Nothing, [this](Args& a) {
+      arg(a, 0, u"LoadFrmResStrings");
+      return Variant();
+    });
+    method(u"SetFrmFont", Answer::Text, [this](Args& a) {
+      arg(a, 0, u"SetFrmFont");
+      return Variant(fontFor(a.size() > 1 ? textArg(a, 1, u"SetFrmFont") : ustring()));
+    });
+    method(u"GetLumoFontProps", Answer::Text,
+           [this](Args& a) { return Variant(fontFor(a.empty() ? ustring() : textArg(a, 0, u"GetLumoFontProps"))); });
+  }
+};
+
+// ---------------------------------------------------------------------------
+// "OxaBase.LogServer"
+
+// Reads a member that may be a property (get) or a method, as collections of
+// different makers expose Count and Item either way.
+Variant readMember(const ObjectPtr& o, const ustring& name, Args args) {
+  try {
+    return o->get(name, args);
+  } catch (const Error& e) {
+    if (e.number() != errnum::NotSupported && e.number() != static_cast<int32_t>(0x80020003)) throw;
+  }
+  return o->call(name, std::move(args));
+}
+
+class LogServer : public Component {
+ public:
+  LogServer(ustring progId, DbPtr database, DbError err)
+      : Component(std::move(progId), std::move(database), std::move(err)) {
+    method(u"WriteLog", Answer::Long, [this](Args& a) { return writeLog(a); });
+    method(u"WriteBatchLog", Answer::Nothing, [this](Args& a) { return writeBatchLog(a); });
+  }
+
+ private:
+  static ustring text(const Variant& v) { return v.isNull() || v.isEmpty() ? ustring() : v.toString(); }
+
+  void insert(const std::optional<User>& u, const ustring& func, const Variant& statement, const ustring& desc,
+              const ustring& machine, const ustring& ip, bool batch) {
+    db().connection().execute(
+        u"INSERT INTO dh_AuditLog (FUserID, FUserName, FFuncID, FStatement, FDesc, FMachineName, FIPAddress, FBatch, "
+        u"FProcessID) VALUES (?,?,?,?,?,?,?,?,?)",
+        {u ? Variant(u->id) : Variant::null(), u ? Variant(u->name) : Variant::null(), func, statement, desc, machine,
+         ip, static_cast<int32_t>(batch ? 1 : 0), static_cast<int32_t>(currentProcessId())});
+  }
+
+  Variant writeLog(Args& a) {
+    User u = db().resolveSession(arg(a, 0, u"WriteLog"));
+    ustring func = textArg(a, 1, u"WriteLog");
+    int32_t action = intArg(arg(a, 2, u"WriteLog"));
+    ustring desc = a.size() > 3 ? text(a[3].deref()) : ustring();
+    ustring machine = a.size() > 4 ? text(a[4].deref()) : ustring();
+    ustring ip = a.size() > 5 ? text(a[5].deref()) : ustring();
+    insert(u, func, action, desc, machine, ip, false);
+    return static_cast<int32_t>(1);
+  }
+
+  // WriteBatchLog(records) or WriteBatchLog(props, records): a collection of
+  // keyed records with the fields FFuncID, FStatement, FDesc, FMachineName, FIPAddress.
+  Variant writeBatchLog(Args& a) {
+    std::optional<User> u;
+    const Variant* records = nullptr;
+    if (a.size() >= 2) {
+      u = db().resolveSession(arg(a, 0, u"WriteBatchLog"));
+      records = &arg(a, 1, u"WriteBatchLog");
+    } else {
+      records = &arg(a, 0, u"WriteBatchLog");
+      if (std::optional<Session> s = db().sessionOf(currentProcessId())) u = s->user;
+    }
+    ObjectPtr list = records->toObject();
+    if (!list) throw Error(errnum::ObjectVariableNotSet, u"WriteBatchLog: the record collection is Nothing", progId());
+    int32_t count = readMember(list, u"Count", {}).toI4();
+    struct Row {
+      ustring func, desc, machine, ip;
+      Variant statement;
+    };
+    std::vector<Row> rows;
+    for (int32_t i = 1; i <= count; ++i) {
+      ObjectPtr rec = readMember(list, u"Item", {i}).toObject();
+      if (!rec)
+        throw Error(hosterr::BadArgument, u"WriteBatchLog: record " + toText(i) + u" is not an object", progId());
+      auto field = [&](const char16_t* name) {
+        try {
+          return readMember(rec, u"Item", {ustring(name)});
+        } catch (const Error& e) {
+          throw Error(hosterr::BadArgument,
+                      u"WriteBatchLog: record " + toText(i) + u" has no field " + name + u" (" + e.description() + u")",
+                      progId());
+        }
+      };
+      Row r;
+      r.func = text(field(u"FFuncID"));
+      r.statement = field(u"FStatement");
+      r.desc = text(field(u"FDesc"));
+      r.machine = text(field(u"FMachineName"));
+      r.ip = text(field(u"FIPAddress"));
+      if (!r.statement.isNull() && !r.statement.isEmpty()) r.statement = intArg(r.statement);
+      rows.push_back(std::move(r));
+    }
+    odbc::Transaction t(db().connection());
+    for (const Row& r : rows) insert(u, r.func, r.statement, r.desc, r.machine, r.ip, true);
+    t.commit();
+    return {};
+  }
+};
+
+// ---------------------------------------------------------------------------
+// "OxaBase.SecurityInfo"
+
+class SecurityInfo : public Component {
+ public:
+  SecurityInfo(ustring progId, DbPtr database, DbError err)
+      : Component(std::move(progId), std::move(database), std::move(err)) {
+    method(u"AccessCheck", Answer::Bool, [this](Args& a) { return accessCheck(a); });
+    method(u"GetCurrentUser", Answer::Text,
+           [this](Args& a) { return Variant(db().resolveSession(arg(a, 0, u"GetCurrentUser")).name); });
+    method(u"GetCurrentUserID", Answer::Long,
+           [this](Args& a) { return Variant(db().resolveSession(arg(a, 0, u"GetCurrentUserID")).id); });
+  }
+
+ private:
+  // Administrators hold every right; others the union of the masks granted to
+  // them and to their groups. A forbidden user holds none.
+  Variant accessCheck(Args& a) {
+    User u = db().resolveSession(arg(a, 0, u"AccessCheck"));
+    int32_t objectType = intArg(arg(a, 1, u"AccessCheck"));
+    int32_t objectId = intArg(arg(a, 2, u"AccessCheck"));
+    int32_t mask = intArg(arg(a, 3, u"AccessCheck"));
+    if (u.forbidden) return false;
+    if (db().isAdministrator(u)) return true;
+    odbc::Result r = db().connection().query(
+        u"SELECT FAccessMask FROM dh_Right WHERE FObjectType=? AND FObjectID=? AND "
+        u"(FUserID=? OR FUserID IN (SELECT FGroupID FROM t_Group WHERE FUserID=?))",
+        {objectType, objectId, u.id, u.id});
+    uint32_t granted = 0;
+    for (const auto& row : r.rows)
+      if (row[0].isNumeric()) granted |= static_cast<uint32_t>(static_cast<int64_t>(row[0].toDouble()));
+    uint32_t wanted = static_cast<uint32_t>(mask);
+    return (granted & wanted) == wanted;
+  }
+};
+
+// ---------------------------------------------------------------------------
+// "LumoMSmsManager.clsBillUseInfo"
+
+class BillUseInfo : public Component {
+ public:
+  BillUseInfo(ustring progId, DbPtr database, DbError err)
+      : Component(std::move(progId), std::move(database), std::move(err)) {
+    method(u"GetData", Answer::Recordset, [this](Args& a) { return getData(a); });
+  }
+
+ private:
+  Variant getData(Args& a) {
+    db().resolveSession(arg(a, 0, u"GetData"));
+    ustring sql = textArg(a, 1, u"GetData");
+    if (db().isSqlite()) sql = adaptSqlForSqlite(sql);
+    return ObjectPtr(std::make_shared<RecordsetObject>(db().connection().query(sql)));
+  }
+};
+
+// ---------------------------------------------------------------------------
+
+template <class T>
+ObjectPtr make(const ustring& progId, DbPtr db, DbError err) {
+  return std::make_shared<T>(progId, std::move(db), std::move(err));
+}
+
+struct Entry {
+  ComponentClass cls;
+  ObjectPtr (*make)(const ustring&, DbPtr, DbError);
+};
+
+const std::vector<Entry>& entries() {
+  static const std::vector<Entry> e = {
+      {{u"PropsMgr.ShareProps", u"{CF091B90-086E-4B9A-81E8-0A02D3159EC4}", u"Development host shared properties"},
+       &make<ShareProps>},
+      {{u"LumoResLoader.Loader", u"{F82A3F3B-13ED-426E-8E0D-148889409892}", u"Development host resource loader"},
+       &make<ResLoader>},
+      {{u"FrmRes.FrmResLoader", u"{272B7086-D104-47A9-9561-F7918B9C7923}", u"Development host form resource loader"},
+       &make<FrmResLoader>},
+      {{u"LumoLangInfo.LangInfo", u"{F29839DA-0A57-4771-BA5B-94001B6AF6D0}", u"Development host language information"},
+       &make<LangInfo>},
+      {{u"OxaBase.LogServer", u"{CCBC6078-F70C-4907-ADA5-E84F9F27DA73}", u"Development host audit log server"},
+       &make<LogServer>},
+      {{u"OxaBase.SecurityInfo", u"{82D60FF5-1765-4C10-AB21-37EB0B51600E}", u"Development host security information"},
+       &make<SecurityInfo>},
+      {{u"LumoMSmsManager.clsBillUseInfo", u"{C7DE10CC-F459-497C-A23C-65ED157B5DE7}",
+        u"Development host bill use information"},
+       &make<BillUseInfo>},
+  };
+  return e;
+}
+
+const Entry* findEntry(const ustring& progId) {
+  for (const auto& e : entries())
+    if (equalsNoCase(e.cls.progId, progId)) return &e;
+  return nullptr;
+}
+
+}  // namespace
+
+const std::vector<ComponentClass>& componentClasses() {
+  static const std::vector<ComponentClass> classes = [] {
+    std::vector<ComponentClass> v;
+    for (const auto& e : entries()) v.push_back(e.cls);
+    return v;
+  }();
+  return classes;
+}
+
+const ComponentClass* findComponentClass(const ustring& progId) {
+  for (const auto& c : componentClasses())
+    if (equalsNoCase(c.progId, progId)) return &c;
+  return nullptr;
+}
+
+ObjectPtr createComponent(const ustring& progId) {
+  const Entry* e = findEntry(progId);
+  if (!e)
+    throw Error(errnum::CannotCreateObject,
+                standardDescription(errnum::CannotCreateObject) + u": '" + progId +
+                    u"' is not a component of the development host",
+                u"LumoDevHost");
+  DbPtr db;
+  DbError err;
+  try {
+    db = std::make_shared<HostDb>();
+  } catch (const Error& x) {
+    err = x;  // reported by every call, so that the reason is seen
+  }
+  if (db && db->creationMode(e->cls.progId) == SwitchMode::Missing)
+    throw Error(errnum::CannotCreateObject,
+                standardDescription(errnum::CannotCreateObject) + u": '" + ustring(e->cls.progId) +
+                    u"' is switched to 'missing' in dh_Switch",
+                u"LumoDevHost");
+  return e->make(e->cls.progId, std::move(db), std::move(err));
+}
+
+}  // namespace lumo::devhost

@@ -1,0 +1,179 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include "devhost/tests/support.h"
+
+namespace lumo::devhost {
+namespace {
+
+using test::dump;
+using test::runGenerator;
+
+int32_t countIn(odbc::Connection& c, const ustring& sql) { return c.scalar(sql).toI4(); }
+
+TEST(DbGen, DemoGeneratedTwiceGivesTheSameDump) {
+  auto dir = test::scratchDir();
+  std::string a = (dir / "a.db").string(), b = (dir / "b.db").string();
+  std::string res = test::writeTestResources(dir);
+  ASSERT_EQ(runGenerator("--out " + a + " --resources " + res), 0);
+  ASSERT_EQ(runGenerator("--out " + b + " --size demo --resources " + res), 0);
+  std::string da = dump(a);
+  ASSERT_GT(da.size(), 5000u);
+  EXPECT_NE(da.find("总经理办公室"), std::string::npos);
+  EXPECT_EQ(da, dump(b));
+  // And a different input gives a different database.
+  ASSERT_EQ(runGenerator("--out " + b + " --no-resources"), 0);
+  EXPECT_NE(da, dump(b));
+}
+
+TEST(DbGen, SizedGenerationIsDeterministicAndScales) {
+  auto dir = test::scratchDir();
+  std::string a = (dir / "a.db").string(), b = (dir / "b.db").string(), c = (dir / "c.db").string();
+  ASSERT_EQ(runGenerator("--out " + a + " --size 3000 --no-resources"), 0);
+  ASSERT_EQ(runGenerator("--out " + b + " --size 3000-employees --no-resources"), 0);
+  ASSERT_EQ(runGenerator("--out " + c + " --size 3001 --no-resources"), 0);
+  std::string da = dump(a);
+  EXPECT_EQ(da, dump(b));
+  EXPECT_NE(da, dump(c));
+  auto db = test::openDb(a);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_Emp"), 3000);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_Department"), 60);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_User WHERE FUserID BETWEEN 16384 AND 32767"), 491);
+}
+
+TEST(DbGen, LargeDatabaseHasTheBenchmarkSizesAndIsQuick) {
+  auto dir = test::scratchDir();
+  std::string path = (dir / "large.db").string();
+  auto started = std::chrono::steady_clock::now();
+  ASSERT_EQ(runGenerator("--out " + path + " --size large --no-resources"), 0);
+  double secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+  EXPECT_LT(secs, 10.0);
+  auto db = test::openDb(path);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_Emp"), 100000);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_Department"), 2000);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_User WHERE FUserID BETWEEN 16384 AND 32767"), 16384);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_User WHERE FUserType=2"), 1000);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(DISTINCT FGroupID) FROM t_Group"), 1000);
+  EXPECT_GT(countIn(*db, u"SELECT COUNT(*) FROM t_Emp WHERE FDepartmentID IS NULL"), 0);
+  EXPECT_GT(countIn(*db, u"SELECT COUNT(*) FROM t_Item WHERE FDeleted=1"), 0);
+  EXPECT_GT(countIn(*db, u"SELECT COUNT(*) FROM (SELECT FUserID FROM t_Group GROUP BY FUserID HAVING COUNT(*)>1)"), 0);
+  // Mobile numbers are eleven digits, or absent, or blank.
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_Emp WHERE FMobilePhone IS NOT NULL AND Trim(FMobilePhone)<>'' AND "
+                         u"(Length(FMobilePhone)<>11 OR FMobilePhone GLOB '*[^0-9]*')"),
+            0);
+}
+
+TEST(DbGen, DemoReachesEveryBranchTheWindowsHave) {
+  auto dir = test::scratchDir();
+  std::string path = (dir / "demo.db").string();
+  ASSERT_EQ(runGenerator("--out " + path + " --no-resources"), 0);
+  auto db = test::openDb(path);
+  auto n = [&](const char16_t* sql) { return countIn(*db, sql); };
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Emp"), 35);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Emp WHERE FDepartmentID IS NULL"), 1);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Emp WHERE FDepartmentID=0"), 1);
+  EXPECT_EQ(n(u"SELECT COUNT(*) FROM t_Emp WHERE Lower(FNumber) IN ('admin','super')"), 4);
+  EXPECT_EQ(n(u"SELECT COUNT(DISTINCT FNumber) FROM t_Emp WHERE Lower(FNumber) IN ('admin','super')"), 4);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Item WHERE FItemClassID=3 AND FDeleted=1"), 2);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Emp WHERE FMobilePhone IS NULL"), 2);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Emp WHERE FMobilePhone<>'' AND Trim(FMobilePhone)=''"), 1);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM (SELECT FUserID FROM t_Group GROUP BY FUserID HAVING COUNT(*)>=2)"), 1);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_User WHERE FForbidden=1 AND FUserID BETWEEN 16384 AND 32767"), 2);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_User WHERE FUserID NOT BETWEEN 16384 AND 32767 AND FUserType=1"), 2);
+  EXPECT_EQ(n(u"SELECT COUNT(*) FROM t_User u JOIN t_Group g ON g.FGroupID=u.FUserID "
+              u"WHERE u.FUserID BETWEEN 16384 AND 32767"),
+            0);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_User WHERE FEmpID IS NULL AND FUserID BETWEEN 16384 AND 32767"), 1);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Emp WHERE FName LIKE '%(%'"), 1);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Department d WHERE NOT EXISTS (SELECT 1 FROM t_Emp e WHERE "
+              u"e.FDepartmentID=d.FItemID)"),
+            1);
+  // Every ordinary user bound to an employee carries that employee's name.
+  EXPECT_EQ(n(u"SELECT COUNT(*) FROM t_User u JOIN t_Emp e ON e.FItemID=u.FEmpID WHERE u.FUserID BETWEEN 16384 AND "
+              u"32767 AND u.FName<>e.FName"),
+            0);
+  // Chinese names and eleven-digit numbers.
+  EXPECT_EQ(db->scalar(u"SELECT FName FROM t_Department WHERE FItemID=102"), Variant(u"财务部"));
+  EXPECT_EQ(n(u"SELECT COUNT(*) FROM t_Emp WHERE Length(Trim(FMobilePhone))=11"),
+            n(u"SELECT COUNT(*) FROM t_Emp WHERE Trim(FMobilePhone)<>''"));
+}
+
+TEST(DbGen, ResourcesAreLoadedByHeaderColumnsSkippingEmptyCells) {
+  auto dir = test::scratchDir();
+  std::string tsv = (dir / "r.tsv").string(), path = (dir / "r.db").string();
+  {
+    std::ofstream f(tsv, std::ios::binary);
+    f << "\xEF\xBB\xBFkey\tcht\ten\r\n"
+         "确定\t確定\tOK\r\n"
+         "\r\n"
+         "取消\t\tCancel\r\n"
+         "关闭\t關閉\n";
+  }
+  ASSERT_EQ(runGenerator("--out " + path + " --resources " + tsv), 0);
+  auto db = test::openDb(path);
+  EXPECT_EQ(db->scalar(u"SELECT FText FROM dh_Resource WHERE FKey='确定' AND FLanguage='en'"), Variant(u"OK"));
+  EXPECT_EQ(db->scalar(u"SELECT FText FROM dh_Resource WHERE FKey='确定' AND FLanguage='cht'"), Variant(u"確定"));
+  EXPECT_EQ(db->scalar(u"SELECT FText FROM dh_Resource WHERE FKey='取消' AND FLanguage='en'"), Variant(u"Cancel"));
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM dh_Resource WHERE FKey='取消' AND FLanguage='cht'"), 0);
+  EXPECT_EQ(db->scalar(u"SELECT FText FROM dh_Resource WHERE FKey='关闭' AND FLanguage='cht'"), Variant(u"關閉"));
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM dh_Resource"), 4);
+}
+
+TEST(DbGen, TheProjectsResourceFileLoadsEveryRow) {
+  std::ifstream f(LUMO_DEVHOST_RESOURCES, std::ios::binary);
+  if (!f) GTEST_SKIP() << "no resources file yet";
+  // The non-empty cells the file holds per language (a repeated key keeps its last row).
+  std::map<std::string, std::pair<std::string, std::string>> rows;
+  std::string line;
+  bool header = true;
+  while (std::getline(f, line)) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (line.empty()) continue;
+    if (header) {
+      header = false;
+      ASSERT_EQ(line.rfind("key\ten\tcht", 0), 0u) << "header: " << line;
+      continue;
+    }
+    std::stringstream ss(line);
+    std::string key, e, c;
+    std::getline(ss, key, '\t');
+    std::getline(ss, e, '\t');
+    std::getline(ss, c, '\t');
+    if (key.empty()) continue;
+    auto& r = rows[key];
+    if (!e.empty()) r.first = e;
+    if (!c.empty()) r.second = c;
+  }
+  int en = 0, cht = 0;
+  for (const auto& r : rows) {
+    en += !r.second.first.empty();
+    cht += !r.second.second.empty();
+  }
+  auto dir = test::scratchDir();
+  std::string path = (dir / "p.db").string();
+  ASSERT_EQ(runGenerator(std::string("--out ") + path + " --resources " + LUMO_DEVHOST_RESOURCES), 0);
+  auto db = test::openDb(path);
+  EXPECT_GT(en, 0);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM dh_Resource WHERE FLanguage='en'"), en);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM dh_Resource WHERE FLanguage='cht'"), cht);
+  // The generator's default is the project's file.
+  std::string def = (dir / "d.db").string();
+  ASSERT_EQ(runGenerator("--out " + def), 0);
+  EXPECT_EQ(dump(def), dump(path));
+}
+
+TEST(DbGen, BadArgumentsAreRefused) {
+  auto dir = test::scratchDir();
+  EXPECT_NE(runGenerator("--size demo 2>/dev/null"), 0);
+  EXPECT_NE(runGenerator("--out " + (dir / "x.db").string() + " --size huge 2>/dev/null"), 0);
+  EXPECT_NE(runGenerator("--out " + (dir / "x.db").string() + " --resources /nonexistent.tsv 2>/dev/null"), 0);
+  EXPECT_FALSE(std::filesystem::exists(dir / "x.db"));
+  EXPECT_FALSE(std::filesystem::exists(dir / "x.db.tmp"));
+}
+
+}  // namespace
+}  // namespace lumo::devhost

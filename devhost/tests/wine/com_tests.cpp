@@ -1,0 +1,334 @@
+// Run under Wine: LumoDevHost.dll registered and driven as the add-in drives it,
+// through CoCreateInstance and IDispatch, plus a JScript probe and ReadTcp.
+#include <gtest/gtest.h>
+#include <windows.h>
+#include <ole2.h>
+
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <sstream>
+#include <string>
+
+#include "automation/win/bridge.h"
+#include "devhost/components/components.h"
+#include "devhost/components/odbc.h"
+
+namespace lumo {
+inline void PrintTo(const Variant& v, std::ostream* os) { *os << toUtf8(v.describe()); }
+}  // namespace lumo
+
+namespace lumo::devhost {
+namespace {
+
+using win::wz;
+
+// A unix path as Windows code under Wine reaches it (drive Z: is the root).
+ustring windowsPath(const char* unixPath) {
+  ustring p = u"Z:" + fromUtf8(unixPath);
+  for (auto& c : p)
+    if (c == u'/') c = u'\\';
+  return p;
+}
+
+std::string u8(const ustring& s) { return toUtf8(s); }
+
+// An export of a loaded DLL as a typed function pointer.
+template <class F>
+F exported(HMODULE m, const char* name) {
+  return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(m, name)));
+}
+
+std::string readFile(const ustring& path) {
+  std::string text;
+  HANDLE h = CreateFileW(wz(path), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+  if (h == INVALID_HANDLE_VALUE) return text;
+  char buf[4096];
+  DWORD n = 0;
+  while (ReadFile(h, buf, sizeof buf, &n, nullptr) && n > 0) text.append(buf, n);
+  CloseHandle(h);
+  return text;
+}
+
+ustring envDb() {
+  wchar_t buf[1024];
+  DWORD n = GetEnvironmentVariableW(L"LUMO_DEVHOST_DB", buf, 1024);
+  return ustring(reinterpret_cast<const char16_t*>(buf), n);
+}
+
+ustring regValue(HKEY root, const ustring& key, const wchar_t* name = nullptr) {
+  wchar_t buf[512];
+  DWORD size = sizeof buf;
+  if (RegGetValueW(root, wz(key), name, RRF_RT_REG_SZ, nullptr, buf, &size) != ERROR_SUCCESS) return u"<absent>";
+  return ustring(reinterpret_cast<const char16_t*>(buf));
+}
+
+int32_t errorOf(const std::function<void()>& f, ustring* description = nullptr) {
+  try {
+    f();
+  } catch (const Error& e) {
+    if (description) *description = e.description();
+    return e.number();
+  }
+  return 0;
+}
+
+const ustring kDepartments =
+    u"Select Distinct t1.FDepartmentID,t2.FName as FDepartName"
+    u" From t_Emp t1 Inner join t_Department t2 on t1.FDepartmentID=t2.FItemID Where t1.FItemID>0 Order by "
+    u"t1.FDepartmentID";
+
+class DevHostCom : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    dll_ = LoadLibraryW(wz(windowsPath(LUMO_DEVHOST_DLL)));
+    ASSERT_NE(dll_, nullptr) << "cannot load " << LUMO_DEVHOST_DLL;
+    auto reg = exported<HRESULT(STDAPICALLTYPE*)()>(dll_, "DllRegisterServer");
+    ASSERT_NE(reg, nullptr);
+    ASSERT_EQ(reg(), S_OK);
+  }
+  static void TearDownTestSuite() {
+    CoFreeUnusedLibraries();
+    if (dll_) {
+      auto unreg = exported<HRESULT(STDAPICALLTYPE*)()>(dll_, "DllUnregisterServer");
+      if (unreg) unreg();
+      FreeLibrary(dll_);
+    }
+    CoUninitialize();
+  }
+
+  void SetUp() override {
+    ASSERT_FALSE(envDb().empty()) << "LUMO_DEVHOST_DB is not set";
+    db_ = std::make_unique<odbc::Connection>(u"Driver=SQLite3;Database=" + envDb());
+    db_->execute(u"DELETE FROM dh_Switch");
+  }
+  void TearDown() override {
+    if (db_) db_->execute(u"DELETE FROM dh_Switch");
+  }
+
+  ObjectPtr create(const ustring& progId) { return win::createByProgId(progId); }
+  ustring signIn(const ustring& user, const ustring& language) {
+    return create(u"PropsMgr.ShareProps")->call(u"SignIn", {user, language}).toString();
+  }
+
+  static HMODULE dll_;
+  std::unique_ptr<odbc::Connection> db_;
+};
+HMODULE DevHostCom::dll_ = nullptr;
+
+TEST_F(DevHostCom, RegistrationWritesProgIdAndClassKeysUnderTheMachine) {
+  for (const auto& c : componentClasses()) {
+    ustring prog = u"Software\\Classes\\" + ustring(c.progId);
+    ustring cls = u"Software\\Classes\\CLSID\\" + ustring(c.clsid);
+    EXPECT_EQ(u8(regValue(HKEY_LOCAL_MACHINE, prog + u"\\CLSID")), u8(c.clsid));
+    EXPECT_EQ(u8(regValue(HKEY_LOCAL_MACHINE, cls + u"\\ProgID")), u8(c.progId));
+    EXPECT_EQ(u8(regValue(HKEY_LOCAL_MACHINE, cls + u"\\InprocServer32", L"ThreadingModel")), "Apartment");
+    ustring server = regValue(HKEY_LOCAL_MACHINE, cls + u"\\InprocServer32");
+    EXPECT_TRUE(endsWith(toLower(server), u"\\lumodevhost.dll")) << u8(server);
+  }
+  // Both spellings of the resource loader's ProgID lead to the same class.
+  CLSID a, b;
+  ASSERT_EQ(CLSIDFromProgID(L"LumoResLoader.Loader", &a), S_OK);
+  ASSERT_EQ(CLSIDFromProgID(L"LumoRESLOADER.Loader", &b), S_OK);
+  EXPECT_TRUE(IsEqualCLSID(a, b));
+}
+
+TEST_F(DevHostCom, PerUserInstallWritesUnderTheCurrentUserAndRemovesAgain) {
+  auto install = exported<HRESULT(STDAPICALLTYPE*)(BOOL, LPCWSTR)>(dll_, "DllInstall");
+  ASSERT_NE(install, nullptr);
+  const ustring key = u"Software\\Classes\\OxaBase.LogServer\\CLSID";
+  ASSERT_EQ(install(TRUE, L"user"), S_OK);
+  EXPECT_EQ(u8(regValue(HKEY_CURRENT_USER, key)), "{CCBC6078-F70C-4907-ADA5-E84F9F27DA73}");
+  EXPECT_EQ(u8(regValue(HKEY_CURRENT_USER,
+                        u"Software\\Classes\\CLSID\\{CCBC6078-F70C-4907-ADA5-E84F9F27DA73}\\InprocServer32",
+                        L"ThreadingModel")),
+            "Apartment");
+  ASSERT_EQ(install(FALSE, L"user"), S_OK);
+  EXPECT_EQ(u8(regValue(HKEY_CURRENT_USER, key)), "<absent>");
+  EXPECT_EQ(u8(regValue(HKEY_LOCAL_MACHINE, key)), "{CCBC6078-F70C-4907-ADA5-E84F9F27DA73}");
+}
+
+TEST_F(DevHostCom, GetDataAnswersLateBoundWithChineseTextAndNulls) {
+  ustring props = signIn(u"张伟", u"en");
+  ObjectPtr share = create(u"PropsMgr.ShareProps");
+  EXPECT_EQ(share->call(u"GetProperty", {static_cast<int32_t>(GetCurrentProcessId()), ustring(u"PropsString")}),
+            Variant(props));
+  ObjectPtr rs = create(u"LumoMSmsManager.clsBillUseInfo")->call(u"GetData", {props, kDepartments}).toObject();
+  ASSERT_TRUE(rs);
+  EXPECT_EQ(rs->get(u"RecordCount"), Variant(int32_t(10)));
+  EXPECT_EQ(rs->get(u"Fields").toObject()->get(u"Count"), Variant(int32_t(2)));
+  std::vector<std::string> rows;
+  while (!rs->get(u"EOF").toBool()) {
+    Variant id = rs->get(u"Fields", {ustring(u"FDepartmentID")}).toObject()->get(u"Value");
+    Variant name = rs->get(u"Fields", {int32_t(1)}).toObject()->get(u"");
+    EXPECT_EQ(id.type(), Variant::Type::I4);
+    rows.push_back(std::to_string(id.toI4()) + ":" + u8(name.describe()));
+    rs->call(u"MoveNext");
+  }
+  ASSERT_EQ(rows.size(), 10u);
+  EXPECT_EQ(rows[0], "101:'总经理办公室'");
+  EXPECT_EQ(rows[1], "102:'财务部'");
+  EXPECT_EQ(rows[9], "111:Null");
+}
+
+TEST_F(DevHostCom, SqlWithChineseLiteralsAndTheSqlServerDialectRuns) {
+  ustring props = signIn(u"张伟", u"chs");
+  ObjectPtr bill = create(u"LumoMSmsManager.clsBillUseInfo");
+  ObjectPtr rs = bill->call(u"GetData", {props, ustring(u"Select FItemID From t_Department Where FName='财务部'")})
+                     .toObject();
+  ASSERT_FALSE(rs->get(u"EOF").toBool());
+  EXPECT_EQ(rs->get(u"Fields", {int32_t(0)}).toObject()->get(u"Value"), Variant(int32_t(102)));
+  rs = bill->call(u"GetData", {props, ustring(u"Select t1.FItemID,t1.FName From t_Emp t1 Inner join t_Item t2 On "
+                                              u"t1.FItemID=t2.FItemID Where IsNull(t1.FDepartmentID,0)=0 And "
+                                              u"(Lower(t1.FNumber) Not in ('admin','super')) And t2.FDeleted=0 Order "
+                                              u"by t1.FNumber")})
+           .toObject();
+  EXPECT_EQ(rs->get(u"RecordCount"), Variant(int32_t(3)));
+  EXPECT_EQ(rs->get(u"Fields", {ustring(u"FName")}).toObject()->get(u"Value"), Variant(u"冯雪"));
+}
+
+TEST_F(DevHostCom, CallsMadeThroughComAreJournalled) {
+  ustring props = signIn(u"张伟", u"chs");
+  create(u"OxaBase.SecurityInfo")->call(u"GetCurrentUserID", {props});
+  odbc::Result r = db_->query(
+      u"SELECT FComponent, FMethod, FArguments, FResult, FProcessID FROM dh_Journal ORDER BY FSeq DESC LIMIT 1");
+  ASSERT_EQ(r.rows.size(), 1u);
+  EXPECT_EQ(r.rows[0][0], Variant(u"OxaBase.SecurityInfo"));
+  EXPECT_EQ(r.rows[0][1], Variant(u"GetCurrentUserID"));
+  EXPECT_EQ(r.rows[0][2], Variant(u"'" + props + u"'"));
+  EXPECT_EQ(r.rows[0][3], Variant(u"16386"));
+  EXPECT_EQ(r.rows[0][4], Variant(static_cast<int32_t>(GetCurrentProcessId())));
+}
+
+TEST_F(DevHostCom, ResourceLoaderAndLanguageInfo) {
+  signIn(u"张伟", u"cht");
+  EXPECT_EQ(create(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage"), Variant(u"cht"));
+  ObjectPtr loader = create(u"LumoRESLOADER.Loader");
+  loader->put(u"LanguageID", ustring(u"cht"));
+  EXPECT_EQ(loader->call(u"LoadString", {ustring(u"无部门")}), Variant(u"無部門"));
+  loader->put(u"LanguageID", ustring(u"en"));
+  EXPECT_EQ(loader->call(u"LoadString2", {ustring(u"正在加载数据")}), Variant(u"Loading data"));
+  loader->put(u"LanguageID", ustring(u"chs"));
+  EXPECT_EQ(loader->call(u"LoadString", {ustring(u"正在加载数据")}), Variant(u"正在加载数据"));
+  EXPECT_EQ(create(u"FrmRes.FrmResLoader")->call(u"GetLumoFontProps", {ustring(u"chs")}), Variant(u"宋体"));
+}
+
+TEST_F(DevHostCom, MissingSwitchRefusesCreationWithClassNotAvailable) {
+  db_->execute(u"INSERT INTO dh_Switch (FComponent, FMethod, FMode) VALUES ('LumoLangInfo.LangInfo', '*', 'missing')");
+  CLSID id;
+  ASSERT_EQ(CLSIDFromProgID(L"LumoLangInfo.LangInfo", &id), S_OK);
+  IDispatch* d = nullptr;
+  EXPECT_EQ(CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, reinterpret_cast<void**>(&d)),
+            CLASS_E_CLASSNOTAVAILABLE);
+  EXPECT_EQ(d, nullptr);
+  EXPECT_EQ(errorOf([&] { create(u"LumoLangInfo.LangInfo"); }), errnum::CannotCreateObject);
+  db_->execute(u"DELETE FROM dh_Switch");
+  EXPECT_NO_THROW(create(u"LumoLangInfo.LangInfo"));
+}
+
+TEST_F(DevHostCom, RaisedErrorsReachTheCallerWithTheirDescription) {
+  ustring props = signIn(u"张伟", u"chs");
+  db_->execute(u"INSERT INTO dh_Switch (FComponent, FMethod, FMode) VALUES ('OxaBase.LogServer', 'WriteLog', 'raise')");
+  ObjectPtr log = create(u"OxaBase.LogServer");
+  ustring d;
+  EXPECT_EQ(errorOf([&] { log->call(u"WriteLog", {props, ustring(u"SMS00109"), int32_t(1)}); }, &d),
+            static_cast<int32_t>(0x80040203));
+  EXPECT_NE(d.find(u"OxaBase.LogServer.WriteLog failed"), ustring::npos) << u8(d);
+  db_->execute(u"DELETE FROM dh_Switch");
+  EXPECT_EQ(errorOf([&] { create(u"LumoMSmsManager.clsBillUseInfo")->call(u"GetData", {ustring(u"UserID=999"), kDepartments}); },
+                    &d),
+            static_cast<int32_t>(0x80040201));
+  EXPECT_NE(d.find(u"Unknown session"), ustring::npos) << u8(d);
+}
+
+TEST_F(DevHostCom, WriteBatchLogReadsACollectionHandedThroughCom) {
+  ustring props = signIn(u"张伟", u"chs");
+  db_->execute(u"DELETE FROM dh_AuditLog");
+  auto records = std::make_shared<Collection>();
+  for (const char16_t* desc : {u"启用审批通知服务:[采购订单]", u"取消审批通知服务:[销售订单]"}) {
+    auto rec = std::make_shared<Collection>();
+    const ustring keys[] = {u"FFuncID", u"FStatement", u"FDesc", u"FMachineName", u"FIPAddress"};
+    rec->add(ustring(u"SMS00107"), &keys[0]);
+    rec->add(int16_t(5), &keys[1]);
+    rec->add(ustring(desc), &keys[2]);
+    rec->add(ustring(u"WINEPC"), &keys[3]);
+    rec->add(ustring(u"10.0.0.9"), &keys[4]);
+    records->add(ObjectPtr(rec));
+  }
+  Variant byRef = ObjectPtr(records);
+  create(u"OxaBase.LogServer")->call(u"WriteBatchLog", {props, Variant::ref(&byRef)});
+  odbc::Result r = db_->query(u"SELECT FFuncID, FStatement, FDesc, FUserID, FBatch FROM dh_AuditLog ORDER BY FID");
+  ASSERT_EQ(r.rows.size(), 2u);
+  EXPECT_EQ(r.rows[0][0], Variant(u"SMS00107"));
+  EXPECT_EQ(r.rows[0][1], Variant(int32_t(5)));
+  EXPECT_EQ(r.rows[1][2], Variant(u"取消审批通知服务:[销售订单]"));
+  EXPECT_EQ(r.rows[1][3], Variant(int32_t(16386)));
+  EXPECT_EQ(r.rows[1][4], Variant(int32_t(1)));
+}
+
+TEST_F(DevHostCom, CanUnloadOnlyWhenNoObjectIsAlive) {
+  auto canUnload = exported<HRESULT(STDAPICALLTYPE*)()>(dll_, "DllCanUnloadNow");
+  ASSERT_NE(canUnload, nullptr);
+  {
+    ObjectPtr o = create(u"LumoLangInfo.LangInfo");
+    EXPECT_EQ(canUnload(), S_FALSE);
+  }
+  EXPECT_EQ(canUnload(), S_OK);
+}
+
+// The script host's view: JScript creates the components by ProgID and reads a
+// recordset as a script does. The probe prints a closing summary line; a run
+// without it has died somewhere.
+TEST_F(DevHostCom, JScriptProbeThroughCscript) {
+  wchar_t tmp[MAX_PATH];
+  GetTempPathW(MAX_PATH, tmp);
+  ustring out = ustring(reinterpret_cast<const char16_t*>(tmp)) + u"devhost-probe.txt";
+  SECURITY_ATTRIBUTES sa{sizeof sa, nullptr, TRUE};
+  HANDLE file = CreateFileW(wz(out), GENERIC_WRITE, FILE_SHARE_READ, &sa, CREATE_ALWAYS, 0, nullptr);
+  ASSERT_NE(file, INVALID_HANDLE_VALUE);
+  STARTUPINFOW si{};
+  si.cb = sizeof si;
+  si.dwFlags = STARTF_USESTDHANDLES;
+  si.hStdOutput = file;
+  si.hStdError = file;
+  si.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+  ustring cmd = u"cscript.exe //nologo \"" + windowsPath(LUMO_PROBE_JS) + u"\"";
+  std::wstring cmdLine(wz(cmd));
+  PROCESS_INFORMATION pi{};
+  ASSERT_TRUE(CreateProcessW(nullptr, cmdLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi));
+  EXPECT_EQ(WaitForSingleObject(pi.hProcess, 120000), WAIT_OBJECT_0);
+  CloseHandle(pi.hThread);
+  CloseHandle(pi.hProcess);
+  CloseHandle(file);
+  std::string text = readFile(out);
+  DeleteFileW(wz(out));
+  EXPECT_NE(text.find("probe: 16 passed, 0 failed"), std::string::npos) << text;
+  EXPECT_EQ(text.find("FAIL"), std::string::npos) << text;
+}
+
+TEST(VtAppSvr, ReadTcpWritesADottedIPv4AddressAndReturnsOne) {
+  HMODULE lib = LoadLibraryW(wz(windowsPath(LUMO_VTAPPSVR_DLL)));
+  ASSERT_NE(lib, nullptr);
+  auto readTcp = exported<long(__stdcall*)(char*, char*)>(lib, "ReadTcp");
+  ASSERT_NE(readTcp, nullptr) << "ReadTcp is not exported under its plain name";
+  char first[1] = {0};
+  char buffer[64];
+  std::memset(buffer, ' ', sizeof buffer);
+  EXPECT_EQ(readTcp(first, buffer), 1);
+  const char* nul = static_cast<const char*>(std::memchr(buffer, 0, sizeof buffer));
+  ASSERT_NE(nul, nullptr);
+  std::string ip(buffer, static_cast<std::size_t>(nul - buffer));
+  unsigned a = 256, b = 256, c = 256, d = 256;
+  char rest = 0;
+  EXPECT_EQ(std::sscanf(ip.c_str(), "%u.%u.%u.%u%c", &a, &b, &c, &d, &rest), 4) << ip;
+  EXPECT_LT(a, 256u);
+  EXPECT_LT(b, 256u);
+  EXPECT_LT(c, 256u);
+  EXPECT_LT(d, 256u);
+  std::printf("ReadTcp: %s\n", ip.c_str());
+  FreeLibrary(lib);
+}
+
+}  // namespace
+}  // namespace lumo::devhost

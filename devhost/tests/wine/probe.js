@@ -1,0 +1,66 @@
+// Late-bound probe of the development host's components, used as a script host
+// uses them: created by ProgID, called by name, recordsets read field by field.
+// Prints one line per failed check and a closing summary line.
+var passed = 0, failed = 0;
+function check(what, ok) {
+  if (ok) passed++;
+  else { failed++; WScript.Echo("FAIL " + what); }
+}
+function eq(what, got, want) { check(what + " (got " + got + ", want " + want + ")", got === want); }
+
+var zhangWei = "\u5f20\u4f1f";  // the demo user in the finance group
+try {
+  var share = new ActiveXObject("PropsMgr.ShareProps");
+  var props = share.SignIn(zhangWei, "en");
+  eq("session string", props.indexOf("UserName=" + zhangWei + ";UserID=16386;DBMS Name=SQLite;DBMS Version=3;"), 0);
+  check("no language entry", props.indexOf("Language") < 0);
+  share.SignIn(zhangWei, "en", 777);
+  eq("GetProperty", share.GetProperty(777, "PropsString"), props);
+  share.SignOut(777);
+
+  var bill = new ActiveXObject("LumoMSmsManager.clsBillUseInfo");
+  var rs = bill.GetData(props, "Select Distinct t1.FDepartmentID,t2.FName as FDepartName From t_Emp t1 Inner join " +
+      "t_Department t2 on t1.FDepartmentID=t2.FItemID Where t1.FItemID>0 Order by t1.FDepartmentID");
+  eq("field count", rs.Fields.Count, 2);
+  eq("field name", rs.Fields(1).Name, "FDepartName");
+  var rows = [];
+  while (!rs.EOF) {
+    rows.push(rs.Fields("FDepartmentID").Value + ":" + rs.Fields("FDepartName").Value);
+    rs.MoveNext();
+  }
+  eq("department rows", rows.length, 10);
+  eq("first department", rows[0], "101:\u603b\u7ecf\u7406\u529e\u516c\u5ba4");
+  eq("nameless department", rows[9], "111:null");
+
+  rs = bill.GetData(props, "Select u.FUserID,u.FName,E.FMobilePhone,g.FGroupID From t_User u Left join t_Group g On" +
+      " u.FUserID=g.FUserID Left join t_Emp E On u.FEmpID=e.FItemID" +
+      " Where u.FUserID>=16384 And u.FUserID<=32767 And u.FForbidden=0 And g.FGroupID=40003");
+  eq("group members", rs.RecordCount, 6);
+
+  var loader = new ActiveXObject("LumoRESLOADER.Loader");
+  loader.LanguageID = "en";
+  eq("translated", loader.LoadString("\u65e0\u90e8\u95e8"), "No department");
+  eq("language", new ActiveXObject("LumoLangInfo.LangInfo").CurrentLanguage, "en");
+
+  var log = new ActiveXObject("OxaBase.LogServer");
+  eq("WriteLog", log.WriteLog(props, "SMS00109", 1, "", "PROBE", "10.1.2.3"), 1);
+
+  var security = new ActiveXObject("OxaBase.SecurityInfo");
+  eq("AccessCheck", security.AccessCheck(props, 65010, 0, 2, false), true);
+  eq("GetCurrentUserID", security.GetCurrentUserID(props), 16386);
+
+  try {
+    bill.GetData("UserName=x;UserID=999", "Select 1");
+    check("unknown session refused", false);
+  } catch (e) {
+    check("unknown session message: " + e.description, e.description.indexOf("Unknown session") == 0);
+  }
+  share.SignOut();
+  var signedOut = false;
+  try { share.GetProperty(777, "PropsString"); } catch (e) { signedOut = true; }
+  check("signed out", signedOut);
+} catch (e) {
+  failed++;
+  WScript.Echo("FAIL exception " + e.number + ": " + e.description);
+}
+WScript.Echo("probe: " + passed + " passed, " + failed + " failed");

@@ -1,0 +1,22 @@
+# Windows tests of the development host, run under Wine: LumoDevHost.dll
+# registered and used late-bound through IDispatch (also from a JScript probe
+# run by cscript), ODBC from Windows code reaching the SQLite driver, and
+# vtappsvr.dll's ReadTcp. The demo database is written first by the generator
+# built for the build machine.
+if(TARGET LumoDevHost)
+  set(LUMO_WINE_DB ${CMAKE_CURRENT_BINARY_DIR}/wine-demo.db)
+  add_test(NAME devhost_wine_db
+    COMMAND ${LUMO_DBGEN_EXE} --quiet --out ${LUMO_WINE_DB} --resources ${CMAKE_CURRENT_SOURCE_DIR}/wine/resources.tsv)
+  set_tests_properties(devhost_wine_db PROPERTIES FIXTURES_SETUP devhost_wine_db LABELS "devhost")
+
+  lumo_test(devhost_com_tests SOURCES wine/com_tests.cpp LIBS lumo_devhost_components lumo_automation_win)
+  add_dependencies(devhost_com_tests LumoDevHost vtappsvr ${LUMO_DBGEN_TARGET})
+  target_compile_definitions(devhost_com_tests PRIVATE
+    LUMO_DEVHOST_DLL="$<TARGET_FILE:LumoDevHost>"
+    LUMO_VTAPPSVR_DLL="$<TARGET_FILE:vtappsvr>"
+    LUMO_PROBE_JS="${CMAKE_CURRENT_SOURCE_DIR}/wine/probe.js")
+  set_tests_properties(devhost_com_tests PROPERTIES
+    FIXTURES_REQUIRED devhost_wine_db
+    ENVIRONMENT "LUMO_DEVHOST_DB=${LUMO_WINE_DB}"
+    LABELS "unit;devhost;wine")
+endif()
