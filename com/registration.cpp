@@ -1,0 +1,240 @@
+// Self-registration, machine-wide (HKLM\Software\Classes: DllRegisterServer) or for
+// the current user only (HKCU\Software\Classes: DllInstall with "user", for installs
+// without administrator rights). The type library is registered by writing its keys
+// in the same hive, so that both hives get the same entries and unregistration can
+// remove exactly what registration wrote.
+#include <windows.h>
+#include <objbase.h>
+
+#include <new>
+#include <string>
+#include <vector>
+
+#include "automation/win/com_ptr.h"
+#include "com/classes.h"
+#include "com/module.h"
+#include "com/typelib.h"
+
+namespace lumo::com {
+namespace {
+
+using lumo::win::wz;
+
+constexpr char16_t kLibraryName[] = u"LumoSmsManager";
+constexpr char16_t kVersion[] = u"1.0";
+constexpr char16_t kProgIdVersion[] = u"1";
+// The automation marshaler (PSOAInterface): dual interfaces are marshaled from the type library.
+constexpr char16_t kAutomationProxy[] = u"{00020424-0000-0000-C000-000000000046}";
+#ifdef _WIN64
+constexpr char16_t kTypeLibPlatform[] = u"win64";
+#else
+constexpr char16_t kTypeLibPlatform[] = u"win32";
+#endif
+
+ustring guidText(REFGUID guid) {
+  wchar_t buffer[40] = {};
+  StringFromGUID2(guid, buffer, 40);
+  return lumo::win::fromWz(buffer);
+}
+
+// One value to write: key (below Software\Classes), value name ("" = default), text.
+struct Entry {
+  ustring key;
+  ustring name;
+  ustring value;
+};
+
+// The keys that belong to us entirely; unregistration deletes each with its subtree.
+struct Layout {
+  std::vector<Entry> entries;
+  std::vector<ustring> ownedKeys;
+  std::vector<ustring> emptyKeys;  // keys written without values (markers)
+};
+
+Layout layout() {
+  Layout l;
+  const ustring path = modulePath();
+  const ustring directory = moduleDirectory();
+  const ustring libid = guidText(LIBID_LumoSmsManager);
+  for (std::size_t i = 0; i < publicClassCount(); ++i) {
+    const PublicClass& c = publicClasses()[i];
+    const ustring clsid = guidText(*c.clsid);
+    const ustring progId = ustring(kLibraryName) + u"." + c.name;
+    const ustring versionedProgId = progId + u"." + kProgIdVersion;
+    const ustring clsidKey = u"CLSID\\" + clsid;
+
+    l.ownedKeys.push_back(clsidKey);
+    l.entries.push_back({clsidKey, u"", progId});
+    l.entries.push_back({clsidKey + u"\\InprocServer32", u"", path});
+    l.entries.push_back({clsidKey + u"\\InprocServer32", u"ThreadingModel", u"Apartment"});
+    l.entries.push_back({clsidKey + u"\\ProgID", u"", versionedProgId});
+    l.entries.push_back({clsidKey + u"\\VersionIndependentProgID", u"", progId});
+    l.entries.push_back({clsidKey + u"\\TypeLib", u"", libid});
+    l.entries.push_back({clsidKey + u"\\Version", u"", kVersion});
+    l.emptyKeys.push_back(clsidKey + u"\\Programmable");
+
+    l.ownedKeys.push_back(progId);
+    l.entries.push_back({progId, u"", c.description});
+    l.entries.push_back({progId + u"\\CLSID", u"", clsid});
+    l.entries.push_back({progId + u"\\CurVer", u"", versionedProgId});
+
+    l.ownedKeys.push_back(versionedProgId);
+    l.entries.push_back({versionedProgId, u"", c.description});
+    l.entries.push_back({versionedProgId + u"\\CLSID", u"", clsid});
+
+    const ustring interfaceKey = u"Interface\\" + guidText(*c.iid);
+    l.ownedKeys.push_back(interfaceKey);
+    l.entries.push_back({interfaceKey, u"", c.interfaceName});
+    l.entries.push_back({interfaceKey + u"\\ProxyStubClsid", u"", kAutomationProxy});
+    l.entries.push_back({interfaceKey + u"\\ProxyStubClsid32", u"", kAutomationProxy});
+    l.entries.push_back({interfaceKey + u"\\TypeLib", u"", libid});
+    l.entries.push_back({interfaceKey + u"\\TypeLib", u"Version", kVersion});
+  }
+  // Only our version of the library is ours; other versions may share the LIBID key.
+  const ustring typeLibKey = u"TypeLib\\" + libid + u"\\" + kVersion;
+  l.ownedKeys.push_back(typeLibKey);
+  l.entries.push_back({typeLibKey, u"", u"LumoSmsManager SMS add-in"});
+  l.entries.push_back({typeLibKey + u"\\0\\" + kTypeLibPlatform, u"", path});
+  l.entries.push_back({typeLibKey + u"\\FLAGS", u"", u"0"});
+  l.entries.push_back({typeLibKey + u"\\HELPDIR", u"", directory});
+  return l;
+}
+
+class Key {
+ public:
+  Key() = default;
+  Key(const Key&) = delete;
+  Key& operator=(const Key&) = delete;
+  ~Key() {
+    if (h_) RegCloseKey(h_);
+  }
+  HKEY* put() { return &h_; }
+  HKEY get() const { return h_; }
+
+ private:
+  HKEY h_ = nullptr;
+};
+
+HRESULT fromStatus(LONG status) { return status == ERROR_SUCCESS ? S_OK : HRESULT_FROM_WIN32(status); }
+
+HRESULT createKey(HKEY classes, const ustring& path, Key& key) {
+  return fromStatus(RegCreateKeyExW(classes, wz(path), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr,
+                                    key.put(), nullptr));
+}
+
+HRESULT writeEntry(HKEY classes, const Entry& e) {
+  Key key;
+  HRESULT hr = createKey(classes, e.key, key);
+  if (FAILED(hr)) return hr;
+  const BYTE* data = reinterpret_cast<const BYTE*>(e.value.c_str());
+  DWORD bytes = static_cast<DWORD>((e.value.size() + 1) * sizeof(char16_t));
+  return fromStatus(RegSetValueExW(key.get(), e.name.empty() ? nullptr : wz(e.name), 0, REG_SZ, data, bytes));
+}
+
+bool hasSubkeysOrValues(HKEY classes, const ustring& path) {
+  Key key;
+  if (RegOpenKeyExW(classes, wz(path), 0, KEY_READ, key.put()) != ERROR_SUCCESS) return true;
+  DWORD subkeys = 0, values = 0;
+  if (RegQueryInfoKeyW(key.get(), nullptr, nullptr, nullptr, &subkeys, nullptr, nullptr, &values, nullptr, nullptr,
+                       nullptr, nullptr) != ERROR_SUCCESS)
+    return true;
+  return subkeys != 0 || values != 0;
+}
+
+// Deletes a key when it exists and holds nothing (a container our registration
+// may have created, such as the LIBID key or CLSID under a fresh user hive).
+void deleteIfEmpty(HKEY classes, const ustring& path) {
+  if (!hasSubkeysOrValues(classes, path)) RegDeleteKeyW(classes, wz(path));
+}
+
+HRESULT unregisterIn(HKEY classes) {
+  HRESULT result = S_OK;
+  for (const ustring& key : layout().ownedKeys) {
+    LONG status = RegDeleteTreeW(classes, wz(key));
+    if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND && SUCCEEDED(result)) result = fromStatus(status);
+  }
+  deleteIfEmpty(classes, u"TypeLib\\" + guidText(LIBID_LumoSmsManager));
+  for (const char16_t* container : {u"CLSID", u"Interface", u"TypeLib"}) deleteIfEmpty(classes, container);
+  return result;
+}
+
+HRESULT registerIn(HKEY classes) {
+  // Refuse to register a module we cannot describe: its type library must load.
+  lumo::win::ComPtr<ITypeLib> lib;
+  HRESULT hr = typeLib(lib.put());
+  if (FAILED(hr)) return hr;
+  if (modulePath().empty()) return E_UNEXPECTED;
+
+  Layout l = layout();
+  for (const Entry& e : l.entries) {
+    hr = writeEntry(classes, e);
+    if (FAILED(hr)) break;
+  }
+  if (SUCCEEDED(hr)) {
+    for (const ustring& path : l.emptyKeys) {
+      Key key;
+      hr = createKey(classes, path, key);
+      if (FAILED(hr)) break;
+    }
+  }
+  if (FAILED(hr)) unregisterIn(classes);
+  return hr;
+}
+
+enum class Hive { Machine, User };
+
+HRESULT updateHive(Hive hive, bool install) {
+  HKEY root = hive == Hive::Machine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
+  const ustring path = u"Software\\Classes";
+  if (install) {
+    Key classes;
+    LONG status = RegCreateKeyExW(root, wz(path), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_READ | KEY_WRITE, nullptr,
+                                  classes.put(), nullptr);
+    if (status != ERROR_SUCCESS) return fromStatus(status);
+    return registerIn(classes.get());
+  }
+  HRESULT hr = S_OK;
+  {
+    // Nothing to remove from a hive without classes; creating the key here would
+    // itself change the hive.
+    Key classes;
+    LONG status = RegOpenKeyExW(root, wz(path), 0, KEY_READ | KEY_WRITE, classes.put());
+    if (status == ERROR_FILE_NOT_FOUND) return S_OK;
+    if (status != ERROR_SUCCESS) return fromStatus(status);
+    hr = unregisterIn(classes.get());
+  }
+  // A user hive may have had no Software\Classes before we registered (Windows
+  // always keeps one, a fresh Wine prefix has none): an empty one we leave goes.
+  if (hive == Hive::User) deleteIfEmpty(root, path);
+  return hr;
+}
+
+// The registration entry points must not let an exception out.
+HRESULT withClassesKey(Hive hive, bool install) noexcept {
+  try {
+    return updateHive(hive, install);
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  } catch (...) {
+    return E_UNEXPECTED;
+  }
+}
+
+bool isUserCommand(LPCWSTR command) {
+  return command && CompareStringOrdinal(command, -1, L"user", -1, TRUE) == CSTR_EQUAL;
+}
+
+}  // namespace
+}  // namespace lumo::com
+
+STDAPI DllRegisterServer() { return lumo::com::withClassesKey(lumo::com::Hive::Machine, true); }
+
+STDAPI DllUnregisterServer() { return lumo::com::withClassesKey(lumo::com::Hive::Machine, false); }
+
+// "user": register or unregister for the current user only; no command line: the
+// same as DllRegisterServer / DllUnregisterServer.
+extern "C" HRESULT STDAPICALLTYPE DllInstall(BOOL install, LPCWSTR command) {
+  if (lumo::com::isUserCommand(command)) return lumo::com::withClassesKey(lumo::com::Hive::User, install != FALSE);
+  if (!command || !*command) return lumo::com::withClassesKey(lumo::com::Hive::Machine, install != FALSE);
+  return E_INVALIDARG;
+}

@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# Runs every JScript probe in this folder with cscript against LumoSmsManager.dll,
+# registered in a throwaway Wine prefix that is removed afterwards.
+#
+# Wine's script hosts exit with 0 even when a script dies on an uncaught error, so
+# the exit code proves nothing: each probe ends by printing "N passed, M failed",
+# and a probe fails when that line is missing or M is not 0.
+# Usage: run-probes.sh <path of LumoSmsManager.dll> [probe.js ...]
+set -u
+here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
+root="$(cd "$here/../.." && pwd)"
+dll_unix="$1"
+shift
+if [ "$#" -gt 0 ]; then probes=("$@"); else probes=("$here"/*.js); fi
+
+prefix="$(mktemp -d "${TMPDIR:-/tmp}/lumo-probes.XXXXXX")"
+scratch="$prefix/probes"
+cleanup() {
+  WINEPREFIX="$prefix" /usr/lib/wine/wineserver64 -k 2>/dev/null
+  WINEPREFIX="$prefix" /usr/lib/wine/wineserver64 -w 2>/dev/null
+  rm -rf "$prefix"
+}
+trap cleanup EXIT
+export WINEPREFIX="$prefix"
+. "$root/scripts/wine-env"
+mkdir -p "$scratch"
+
+dos() { printf 'Z:%s' "${1//\//\\}"; }
+
+if ! "$LUMO_WINE" regsvr32 /s "$(dos "$dll_unix")"; then
+  echo "FAIL: regsvr32 $dll_unix"
+  exit 1
+fi
+
+failures=0
+for probe in "${probes[@]}"; do
+  name="$(basename "$probe")"
+  # The probes are UTF-8, but the script host reads a script in the prefix's ANSI
+  # code page (and ignores UTF-16 files): every non-ASCII character is handed over
+  # as a \uXXXX escape, which means the same in a JScript string literal whatever
+  # the code page. (Non-ASCII text stands only in string literals and comments.)
+  copy="$scratch/$name"
+  perl -CSD -pe 's/([^\x00-\x7f])/sprintf("\\u%04x", ord($1))/ge' "$probe" >"$copy"
+  output="$("$LUMO_WINE" cscript //nologo "$(dos "$copy")" 2>&1 | tr -d '\r')"
+  printf '%s\n' "$output" | sed "s/^/[$name] /"
+  summary="$(printf '%s\n' "$output" | grep -E '^[0-9]+ passed, [0-9]+ failed$' | tail -1)"
+  if [ -z "$summary" ]; then
+    echo "FAIL: $name ended without its summary line (an uncaught error?)"
+    failures=$((failures + 1))
+  elif [ "$(printf '%s' "$summary" | awk '{print $3}')" != "0" ]; then
+    echo "FAIL: $name: $summary"
+    failures=$((failures + 1))
+  elif [ "$(printf '%s' "$summary" | awk '{print $1}')" = "0" ]; then
+    echo "FAIL: $name checked nothing"
+    failures=$((failures + 1))
+  fi
+done
+
+"$LUMO_WINE" regsvr32 /s /u "$(dos "$dll_unix")" || { echo "FAIL: regsvr32 /u"; failures=$((failures + 1)); }
+if [ "$failures" -gt 0 ]; then
+  echo "$failures probe(s) failed"
+  exit 1
+fi
+echo "${#probes[@]} probe(s) passed"
