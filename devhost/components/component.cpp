@@ -52,6 +52,17 @@ ustring Component::textArg(const Args& args, std::size_t index, const ustring& m
   return v.isNull() ? ustring() : v.toString();
 }
 
+Variant readMember(const ObjectPtr& o, const ustring& name, Args args) {
+  try {
+    return o->get(name, args);
+  } catch (const Error& e) {
+    if (e.number() != errnum::NotSupported && e.number() != static_cast<int32_t>(0x80020003)) throw;
+  }
+  return o->call(name, std::move(args));
+}
+
+ustring Component::describeArgument(const Variant& v) { return v.deref().describe(); }
+
 ustring describeResult(const Variant& v) {
   const Variant& d = v.deref();
   if (d.isObject()) {
@@ -99,7 +110,12 @@ Variant Component::invoke(const ustring& name, InvokeKind kind, Args& args) {
   if (!db_) throw *dbError_;
   Member* m = find(name);
   const ustring method = m ? m->name : name;
-  long long seq = db_->journalCall(progId_, method, kind, args);
+  ustring arguments;
+  for (std::size_t k = 0; k < args.size(); ++k) {
+    if (k) arguments += u", ";
+    arguments += describeArgument(args[k]);
+  }
+  long long seq = db_->journalCall(progId_, method, kind, arguments);
   try {
     if (!m)
       throw Error(errnum::NotSupported,

@@ -38,6 +38,10 @@ class Component : public Object {
 
   HostDb& db() { return *db_; }
 
+  // How an argument is written into the journal; the value's short form unless a
+  // component knows better (a parameter set is put as its name=value pairs).
+  virtual ustring describeArgument(const Variant& v);
+
   // Argument helpers: raise 450 naming the member when an argument is missing.
   const Variant& arg(const Args& args, std::size_t index, const ustring& member) const;
   ustring textArg(const Args& args, std::size_t index, const ustring& member) const;
@@ -58,6 +62,10 @@ class Component : public Object {
   std::optional<Error> dbError_;
   std::vector<Member> members_;
 };
+
+// Reads a member of an object handed in by a caller that may be a property (get)
+// or a method, as collections of different makers expose Count and Item either way.
+Variant readMember(const ObjectPtr& o, const ustring& name, Args args);
 
 // The journal's text of a result ("<recordset: 3 rows, 2 fields>" for recordsets).
 ustring describeResult(const Variant& v);

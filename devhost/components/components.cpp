@@ -1,6 +1,7 @@
 #include "devhost/components/components.h"
 
 #include "devhost/components/component.h"
+#include "devhost/components/parameter_set.h"
 #include "devhost/components/recordset.h"
 #include "devhost/components/sql_dialect.h"
 
@@ -152,17 +153,6 @@ class FrmResLoader : public Component {
 // ---------------------------------------------------------------------------
 // "OxaBase.LogServer"
 
-// Reads a member that may be a property (get) or a method, as collections of
-// different makers expose Count and Item either way.
-Variant readMember(const ObjectPtr& o, const ustring& name, Args args) {
-  try {
-    return o->get(name, args);
-  } catch (const Error& e) {
-    if (e.number() != errnum::NotSupported && e.number() != static_cast<int32_t>(0x80020003)) throw;
-  }
-  return o->call(name, std::move(args));
-}
-
 class LogServer : public Component {
  public:
   LogServer(ustring progId, DbPtr database, DbError err)
@@ -280,6 +270,29 @@ class SecurityInfo : public Component {
 };
 
 // ---------------------------------------------------------------------------
+// The employee behind a session: the one its user is bound to, unless deleted.
+
+std::optional<Employee> sessionEmployee(HostDb& db, const Variant& props) {
+  return db.employeeOf(db.resolveSession(props));
+}
+
+// ---------------------------------------------------------------------------
+// "LumoMSmsManager.CSerivceInfo"
+
+class ServiceInfo : public Component {
+ public:
+  ServiceInfo(ustring progId, DbPtr database, DbError err)
+      : Component(std::move(progId), std::move(database), std::move(err)) {
+    // The name that signs the user's messages; "" tells the add-in that the user
+    // is bound to no employee.
+    method(u"EmpInfo", Answer::Text, [this](Args& a) {
+      std::optional<Employee> e = sessionEmployee(db(), arg(a, 0, u"EmpInfo"));
+      return Variant(e ? e->name : ustring());
+    });
+  }
+};
+
+// ---------------------------------------------------------------------------
 // "LumoMSmsManager.clsBillUseInfo"
 
 class BillUseInfo : public Component {
@@ -287,6 +300,11 @@ class BillUseInfo : public Component {
   BillUseInfo(ustring progId, DbPtr database, DbError err)
       : Component(std::move(progId), std::move(database), std::move(err)) {
     method(u"GetData", Answer::Recordset, [this](Args& a) { return getData(a); });
+    // The sender id of the send window: the number as stored, "" when it is null.
+    method(u"GetEmpMobile", Answer::Text, [this](Args& a) {
+      std::optional<Employee> e = sessionEmployee(db(), arg(a, 0, u"GetEmpMobile"));
+      return Variant(e && !e->mobile.isNull() ? e->mobile.toString() : ustring());
+    });
   }
 
  private:
@@ -295,6 +313,149 @@ class BillUseInfo : public Component {
     ustring sql = textArg(a, 1, u"GetData");
     if (db().isSqlite()) sql = adaptSqlForSqlite(sql);
     return ObjectPtr(std::make_shared<RecordsetObject>(db().connection().query(sql)));
+  }
+};
+
+// ---------------------------------------------------------------------------
+// "VtMobileOpen.MobileOpen": the SMS gateway. SendMessage checks the parameter set
+// the send window builds, keeps the message in dh_Outbox with one
+// dh_OutboxReceiver row per receiver, and answers the message id.
+
+class MobileOpen : public Component {
+ public:
+  MobileOpen(ustring progId, DbPtr database, DbError err)
+      : Component(std::move(progId), std::move(database), std::move(err)) {
+    method(u"SendMessage", Answer::Text, [this](Args& a) { return sendMessage(a); });
+  }
+
+ protected:
+  ustring describeArgument(const Variant& v) override {
+    const Variant& d = v.deref();
+    if (d.isObject() && d.toObject()) {
+      try {
+        return describeParameterSet(readParameterSet(d.toObject(), parameterNames()));
+      } catch (...) {
+        // Not readable as a parameter set: SendMessage reports why.
+      }
+    }
+    return Component::describeArgument(v);
+  }
+
+ private:
+  static const std::vector<ustring>& parameterNames() {
+    static const std::vector<ustring> names = {u"title",     u"msgType",  u"Propstr",   u"isRevertible",
+                                               u"receivers", u"senderid", u"FuncNumber"};
+    return names;
+  }
+
+  // The receivers text split at ",", empty entries left out, order kept; each
+  // entry as it stands.
+  static std::vector<ustring> receiversOf(const ustring& receivers) {
+    std::vector<ustring> out;
+    for (ustring& r : split(receivers, u","))
+      if (!r.empty()) out.push_back(std::move(r));
+    return out;
+  }
+
+  [[noreturn]] void refuse(const ustring& why, int32_t number = hosterr::BadArgument) {
+    throw Error(number, progId() + u".SendMessage: " + why, progId());
+  }
+
+  static bool isFlag(const Variant& v) {
+    if (v.type() != Variant::Type::I2 && v.type() != Variant::Type::I4) return false;
+    int32_t n = v.toI4();
+    return n == 0 || n == 1;
+  }
+
+  static ustring listOfNames() { return join(parameterNames(), u", "); }
+
+  // The parameter set's names, exactly (case counts), each once; every one present.
+  void checkNames(const ParameterSet& set) {
+    std::vector<ustring> seen;
+    for (const Parameter& p : set.entries) {
+      ustring name = parameterName(p.name);
+      bool known = false;
+      ustring sameButCase;
+      for (const ustring& n : parameterNames()) {
+        if (p.name.isString() && n == p.name.rawString()) known = true;
+        else if (p.name.isString() && equalsNoCase(n, p.name.rawString())) sameButCase = n;
+      }
+      if (!known) {
+        ustring why = u"the parameter set holds '" + name + u"', which is not a parameter of SendMessage (" +
+                      listOfNames() + u")";
+        if (!sameButCase.empty()) why += u"; names are exact: '" + sameButCase + u"' is meant";
+        refuse(why);
+      }
+      for (const ustring& s : seen)
+        if (s == name) refuse(u"the parameter set holds '" + name + u"' twice");
+      seen.push_back(name);
+    }
+    for (const ustring& n : parameterNames()) {
+      bool present = false;
+      for (const ustring& s : seen) present |= s == n;
+      if (!present) refuse(u"the parameter set has no '" + n + u"' (it needs " + listOfNames() + u")");
+    }
+    if (set.unnamed)
+      refuse(u"the parameter set holds " + toText(static_cast<long long>(set.entries.size() + set.unnamed)) +
+             u" entries; only " + listOfNames() + u" belong to SendMessage");
+  }
+
+  static const Variant& valueOf(const ParameterSet& set, const ustring& name) {
+    for (const Parameter& p : set.entries)
+      if (p.name.isString() && p.name.rawString() == name) return p.value;
+    throw Error(hosterr::BadArgument, u"no " + name);  // checkNames has made sure it is there
+  }
+
+  Variant sendMessage(Args& a) {
+    const Variant& arg0 = arg(a, 0, u"SendMessage");
+    if (!arg0.isObject() || !arg0.toObject())
+      refuse(u"the argument must be a parameter set (a name-to-value object), not " + arg0.describe());
+    ParameterSet set;
+    try {
+      set = readParameterSet(arg0.toObject(), parameterNames());
+    } catch (const Error& e) {
+      refuse(e.description());
+    }
+    checkNames(set);
+
+    const Variant& title = valueOf(set, u"title");
+    if (!title.isString() || title.rawString().empty())
+      refuse(u"title must be non-empty text, not " + title.describe());
+    const Variant& msgType = valueOf(set, u"msgType");
+    if (!isFlag(msgType)) refuse(u"msgType must be the integer 0 or 1, not " + msgType.describe());
+    const Variant& propstr = valueOf(set, u"Propstr");
+    if (!propstr.isString()) refuse(u"Propstr must be a session string, not " + propstr.describe());
+    User sender;
+    try {
+      sender = db().resolveSession(propstr);
+    } catch (const Error& e) {
+      refuse(u"Propstr is not a known session (" + e.description() + u")", e.number());
+    }
+    const Variant& revertible = valueOf(set, u"isRevertible");
+    if (!isFlag(revertible)) refuse(u"isRevertible must be the integer 0 or 1, not " + revertible.describe());
+    const Variant& receivers = valueOf(set, u"receivers");
+    if (!receivers.isString() || receivers.rawString().empty())
+      refuse(u"receivers must be non-empty text, not " + receivers.describe());
+    std::vector<ustring> list = receiversOf(receivers.rawString());
+    if (list.empty()) refuse(u"receivers " + receivers.describe() + u" names no receiver");
+    const Variant& senderId = valueOf(set, u"senderid");
+    if (!senderId.isString()) refuse(u"senderid must be text, not " + senderId.describe());
+    const Variant& funcNumber = valueOf(set, u"FuncNumber");
+    if (!funcNumber.isString() || funcNumber.rawString() != u"YDSW")
+      refuse(u"FuncNumber must be 'YDSW', not " + funcNumber.describe());
+
+    odbc::Connection& c = db().connection();
+    odbc::Transaction t(c);
+    c.execute(u"INSERT INTO dh_Outbox (FUserID, FUserName, FTitle, FMsgType, FPropstr, FIsRevertible, FReceivers, "
+              u"FSenderID, FFuncNumber, FProcessID) VALUES (?,?,?,?,?,?,?,?,?,?)",
+              {sender.id, sender.name, title, msgType.toI4(), propstr, revertible.toI4(), receivers, senderId,
+               funcNumber, static_cast<int32_t>(currentProcessId())});
+    long long id = db().lastInsertId();
+    for (std::size_t k = 0; k < list.size(); ++k)
+      c.execute(u"INSERT INTO dh_OutboxReceiver (FMessageID, FSeq, FReceiver) VALUES (?,?,?)",
+                {static_cast<double>(id), static_cast<int32_t>(k + 1), list[k]});
+    t.commit();
+    return toText(id);
   }
 };
 
@@ -327,6 +488,11 @@ const std::vector<Entry>& entries() {
       {{u"LumoMSmsManager.clsBillUseInfo", u"{C7DE10CC-F459-497C-A23C-65ED157B5DE7}",
         u"Development host bill use information"},
        &make<BillUseInfo>},
+      {{u"LumoMSmsManager.CSerivceInfo", u"{799675B1-A76B-4289-B726-429CD490966D}",
+        u"Development host service information"},
+       &make<ServiceInfo>},
+      {{u"VtMobileOpen.MobileOpen", u"{919FB0E2-869F-484D-AFD2-A9EAEB773157}", u"Development host SMS gateway"},
+       &make<MobileOpen>},
   };
   return e;
 }

@@ -20,7 +20,16 @@
 //                                  -> 1; WriteBatchLog([props,] records)
 //   OxaBase.SecurityInfo           AccessCheck(props, objectType, objectId, mask, flag),
 //                                  GetCurrentUser(props), GetCurrentUserID(props)
-//   LumoMSmsManager.clsBillUseInfo GetData(props, sql) -> recordset
+//   LumoMSmsManager.clsBillUseInfo GetData(props, sql) -> recordset;
+//                                  GetEmpMobile(props) -> the mobile number of the
+//                                  session user's employee ("" when none or null)
+//   LumoMSmsManager.CSerivceInfo   EmpInfo(props) -> the name of the session user's
+//                                  employee ("" when the user is bound to none or
+//                                  to a deleted item)
+//   VtMobileOpen.MobileOpen        SendMessage(params) -> the message id: checks the
+//                                  parameter set (title, msgType, Propstr,
+//                                  isRevertible, receivers, senderid, FuncNumber),
+//                                  keeps it in dh_Outbox and dh_OutboxReceiver
 //
 // A session string is resolved by its UserID entry; one naming no user of t_User
 // is refused. Failure modes: a row (FComponent = ProgID, FMethod = member or '*',

@@ -90,16 +90,16 @@ static const char16_t* kindText(InvokeKind kind) {
   }
 }
 
-long long HostDb::journalCall(const ustring& component, const ustring& method, InvokeKind kind, const Args& args) {
-  ustring text;
-  for (std::size_t k = 0; k < args.size(); ++k) {
-    if (k) text += u", ";
-    text += args[k].deref().describe();
-  }
+long long HostDb::journalCall(const ustring& component, const ustring& method, InvokeKind kind,
+                             const ustring& arguments) {
   conn_->execute(u"INSERT INTO dh_Journal (FProcessID, FComponent, FMethod, FKind, FArguments) VALUES (?,?,?,?,?)",
-                 {static_cast<int32_t>(currentProcessId()), component, method, ustring(kindText(kind)), text});
-  Variant seq = conn_->scalar(u"SELECT last_insert_rowid()");
-  return seq.isNumeric() ? static_cast<long long>(seq.toDouble()) : 0;
+                 {static_cast<int32_t>(currentProcessId()), component, method, ustring(kindText(kind)), arguments});
+  return lastInsertId();
+}
+
+long long HostDb::lastInsertId() {
+  Variant id = conn_->scalar(u"SELECT last_insert_rowid()");
+  return id.isNumeric() ? static_cast<long long>(id.toDouble()) : 0;
 }
 
 void HostDb::journalResult(long long seq, const ustring& result) {
@@ -160,6 +160,23 @@ User HostDb::resolveSession(const Variant& props) {
   if (!u)
     throw Error(hosterr::UnknownSession, u"Unknown session: no user has the id " + *id, u"LumoDevHost");
   return *u;
+}
+
+std::optional<Employee> HostDb::employeeOf(const User& u) {
+  if (!u.empId.isNumeric()) return std::nullopt;
+  // Only t_Item.FDeleted marks a deletion: an employee row without its item row
+  // still counts.
+  odbc::Result r = conn_->query(
+      u"SELECT e.FItemID, e.FName, e.FMobilePhone FROM t_Emp e LEFT JOIN t_Item i ON i.FItemID=e.FItemID "
+      u"WHERE e.FItemID=? AND Coalesce(i.FDeleted,0)=0",
+      {u.empId.toI4()});
+  if (r.rows.empty()) return std::nullopt;
+  const auto& row = r.rows[0];
+  Employee e;
+  e.id = row[0].toI4();
+  e.name = row[1].isNull() ? ustring() : row[1].toString();
+  e.mobile = row[2];
+  return e;
 }
 
 bool HostDb::isAdministrator(const User& u) {

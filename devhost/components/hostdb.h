@@ -40,6 +40,13 @@ struct User {
   bool forbidden = false;
 };
 
+// An employee as t_Emp holds it.
+struct Employee {
+  int32_t id = 0;
+  ustring name;    // "" when the name is null
+  Variant mobile;  // FMobilePhone as stored: text, or Null
+};
+
 struct Session {
   uint32_t processId = 0;
   User user;
@@ -62,8 +69,9 @@ class HostDb {
   // Whether the add-in's SQL Server text has to be adapted (the database is SQLite).
   bool isSqlite() const { return sqlite_; }
 
-  // Writes a journal row before the call is answered; returns its sequence number.
-  long long journalCall(const ustring& component, const ustring& method, InvokeKind kind, const Args& args);
+  // Writes a journal row before the call is answered (the arguments already put
+  // in words by the component); returns its sequence number.
+  long long journalCall(const ustring& component, const ustring& method, InvokeKind kind, const ustring& arguments);
   void journalResult(long long seq, const ustring& result);
 
   // The mode switched on for a member ('*' rows apply to every member; a row for
@@ -80,6 +88,13 @@ class HostDb {
   // Whether the user is an administrator: the user "administrator" or a member
   // of the group "Administrators".
   bool isAdministrator(const User& u);
+
+  // The employee a user is bound to (t_User.FEmpID), or nothing when the user is
+  // bound to none, to one that does not exist, or to a deleted item.
+  std::optional<Employee> employeeOf(const User& u);
+
+  // The key the last INSERT on this connection gave its row.
+  long long lastInsertId();
 
   std::optional<Session> sessionOf(uint32_t processId);
   void storeSession(const Session& s);

@@ -187,6 +187,10 @@ void generateDemo(Inserts& in, Counts& c) {
   in.item.i(900).i(kClassEmployee).t("G01").t("管理人员").i(0).i(0).i(0).run();
   in.item.i(901).i(kClassEmployee).t("G02").t("业务人员").i(0).i(0).i(0).run();
 
+  // Employees without a department have FDepartmentID NULL or 0; among them the
+  // numbers admin, ADMIN, SUPER and super, which the no-department list leaves
+  // out, while "Admin" belongs to a department and is listed there. Numbers may be
+  // NULL, empty or blanks only; some names hold "("; some items are deleted.
   struct E {
     long long id;
     const char* number;
@@ -237,6 +241,8 @@ void generateDemo(Inserts& in, Counts& c) {
       {1039, "039", "沈冰", 107, "18901070039", false},
       {1040, "040", "曾敏", 108, "13501080040", false},
       {1041, "super", "超级管理员", 0, "13700000041", false},
+      {1042, "ADMIN", "管理员(总部)", 0, "13700000042", false},
+      {1043, "043", "张伟", 105, "15801050043", false},  // the same name as 1003
   };
   for (const auto& e : employees) {
     std::optional<long long> dept;
@@ -266,6 +272,10 @@ void generateDemo(Inserts& in, Counts& c) {
   addUser(in, c, 17, "guest", std::nullopt, true, "来宾", kUserSystem);
   addUser(in, c, 33001, "接口服务", std::nullopt, false, "系统接口账号", kUserSystem);
 
+  // Ordinary users. 周杰 and 罗刚 are forbidden; 临时用户 is bound to no employee,
+  // 徐强 to a deleted one and 失联用户 to one that does not exist; 陈静's employee
+  // has no number, 黄丽's a blank one; 赵磊 stands in two groups; two users named
+  // 张伟 stand in different groups (the second bound to the second 张伟).
   struct U {
     long long id;
     const char* name;
@@ -279,7 +289,7 @@ void generateDemo(Inserts& in, Counts& c) {
       {16393, "吴敏", 1010, false},   {16394, "孙丽娟", 1012, false}, {16395, "高峰", 1018, false},
       {16396, "罗刚", 1020, true},    {16397, "梁宇", 1022, false},   {16398, "临时用户", -1, false},
       {16399, "徐强", 1011, false},   {16400, "韩梅", 1026, false},   {16401, "冯雪", 1027, false},
-      {16402, "谢婷", 1023, false},   {16403, "失联用户", 9999, false},
+      {16402, "谢婷", 1023, false},   {16403, "失联用户", 9999, false}, {16404, "张伟", 1043, false},
   };
   for (const auto& u : users) {
     std::optional<long long> emp;
@@ -292,7 +302,7 @@ void generateDemo(Inserts& in, Counts& c) {
       {40002, 16386},       {40002, 16387},       {40002, 16388},       {40002, 33001},          //
       {40003, 16389},       {40003, 16390},       {40003, 16391},       {40003, 16392},          //
       {40003, 16393},       {40003, 16398},       {40003, 16399},                                //
-      {40004, 16390},       {40004, 16394},       {40004, 16395},                                //
+      {40004, 16390},       {40004, 16394},       {40004, 16395},       {40004, 16404},          //
       {40005, 16385},       {40005, 16396},       {40005, 16400},       {40005, 16401},          //
       {40005, 16403},                                                                          //
       {40006, 17},          {40006, 33001},                                                    //

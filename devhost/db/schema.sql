@@ -134,14 +134,18 @@ CREATE TABLE dh_Right (
   PRIMARY KEY (FUserID, FObjectType, FObjectID)
 );
 
--- Messages handed to the SMS gateway, one receiver row per receiver.
+-- Messages handed to the SMS gateway, one receiver row per receiver (the
+-- receivers text split at commas, empty entries left out, in order). FUserID and
+-- FUserName name the user of the session the message was sent in (Propstr).
 CREATE TABLE dh_Outbox (
   FMessageID    INTEGER PRIMARY KEY AUTOINCREMENT,
   FTime         VARCHAR(32) NOT NULL DEFAULT (strftime('%Y-%m-%d %H:%M:%f', 'now', 'localtime')),
+  FUserID       INTEGER,
+  FUserName     VARCHAR(255),
   FTitle        VARCHAR(2000),
-  FMsgType      VARCHAR(80),
+  FMsgType      INTEGER,
   FPropstr      VARCHAR(2000),
-  FIsRevertible VARCHAR(16),
+  FIsRevertible INTEGER,
   FReceivers    TEXT,
   FSenderID     VARCHAR(80),
   FFuncNumber   VARCHAR(80),

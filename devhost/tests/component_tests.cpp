@@ -6,11 +6,14 @@
 #include "automation/object.h"
 #include "devhost/components/components.h"
 #include "devhost/components/hostdb.h"
+#include "devhost/tests/component_fixture.h"
 #include "devhost/tests/support.h"
 
 namespace lumo::devhost {
 namespace {
 
+using test::DevHost;
+using test::errorOf;
 using test::u8;
 
 // The SQL the add-in's recipient trees send, byte for byte.
@@ -39,78 +42,6 @@ ustring groupMembers(int id) {
          u" g.FGroupID=" +
          toText(id);
 }
-
-int32_t errorOf(const std::function<void()>& f, ustring* description = nullptr) {
-  try {
-    f();
-  } catch (const Error& e) {
-    if (description) *description = e.description();
-    return e.number();
-  }
-  return 0;
-}
-
-class DevHost : public ::testing::Test {
- protected:
-  void SetUp() override {
-    path_ = test::freshDemoDb();
-    db_ = test::openDb(path_);
-    props_ = signIn(u"张伟", u"chs");
-  }
-
-  ObjectPtr create(const ustring& progId) { return factory_.create(progId); }
-
-  ustring signIn(const ustring& user, const ustring& language) {
-    return create(u"PropsMgr.ShareProps")->call(u"SignIn", {user, language}).toString();
-  }
-
-  // The rows of GetData, each row its fields' values read through Fields(i).Value.
-  std::vector<std::vector<Variant>> getData(const ustring& sql, std::vector<ustring>* names = nullptr) {
-    ObjectPtr rs = create(u"LumoMSmsManager.clsBillUseInfo")->call(u"GetData", {props_, sql}).toObject();
-    ObjectPtr fields = rs->get(u"Fields").toObject();
-    int32_t n = fields->get(u"Count").toI4();
-    if (names) {
-      names->clear();
-      for (int32_t k = 0; k < n; ++k) names->push_back(fields->call(u"Item", {k}).toObject()->get(u"Name").toString());
-    }
-    std::vector<std::vector<Variant>> rows;
-    while (!rs->get(u"EOF").toBool()) {
-      std::vector<Variant> row;
-      for (int32_t k = 0; k < n; ++k) row.push_back(rs->get(u"Fields", {k}).toObject()->get(u"Value"));
-      rows.push_back(row);
-      rs->call(u"MoveNext");
-    }
-    return rows;
-  }
-
-  void setSwitch(const ustring& component, const ustring& method, const ustring& mode) {
-    db_->execute(u"INSERT OR REPLACE INTO dh_Switch (FComponent, FMethod, FMode) VALUES (?,?,?)",
-                 {component, method, mode});
-  }
-
-  struct JournalRow {
-    long long seq;
-    ustring component, method, kind, arguments;
-    Variant result;
-    int32_t pid;
-  };
-  JournalRow lastJournal() {
-    odbc::Result r = db_->query(
-        u"SELECT FSeq, FComponent, FMethod, FKind, FArguments, FResult, FProcessID FROM dh_Journal ORDER BY FSeq DESC "
-        u"LIMIT 1");
-    EXPECT_EQ(r.rows.size(), 1u);
-    if (r.rows.empty()) return {};
-    const auto& x = r.rows[0];
-    return {static_cast<long long>(x[0].toDouble()), x[1].toString(), x[2].toString(), x[3].toString(),
-            x[4].isNull() ? ustring() : x[4].toString(), x[5], x[6].toI4()};
-  }
-  int32_t count(const ustring& sql) { return db_->scalar(sql).toI4(); }
-
-  std::string path_;
-  std::unique_ptr<odbc::Connection> db_;
-  DevHostFactory factory_;
-  ustring props_;
-};
 
 // --- GetData answering the add-in's directory queries ----------------------
 
@@ -190,7 +121,7 @@ TEST_F(DevHost, MobileTableQueryWithANumberGluedToAndRuns) {
   auto rows = getData(
       u"Select a.FName,a.FEmpID,b.FName as EmpName,b.FMobilePhone From t_User a Left join t_Emp b On "
       u"a.FEmpID=b.FItemID Where a.FUserID Between 16384 And 32767And a.FForbidden=0 Order By a.FUserID");
-  EXPECT_EQ(rows.size(), 18u);  // 20 ordinary users, two of them forbidden
+  EXPECT_EQ(rows.size(), 19u);  // 21 ordinary users, two of them forbidden
   EXPECT_EQ(rows[0][0], Variant(u"王建国"));
   EXPECT_EQ(rows[0][1], Variant(int32_t(1001)));
 }
@@ -538,7 +469,7 @@ TEST(DevHostWithoutDatabase, CallsRaiseNamingTheVariable) {
 
 TEST(DevHostClasses, EveryProgIdHasAFixedClassId) {
   const auto& classes = componentClasses();
-  EXPECT_EQ(classes.size(), 7u);
+  EXPECT_EQ(classes.size(), 9u);
   for (const auto& c : classes) {
     ustring id = c.clsid;
     EXPECT_EQ(id.size(), 38u);
@@ -548,6 +479,16 @@ TEST(DevHostClasses, EveryProgIdHasAFixedClassId) {
   ASSERT_NE(findComponentClass(u"LumoRESLOADER.Loader"), nullptr);
   EXPECT_EQ(u8(ustring(findComponentClass(u"LumoRESLOADER.Loader")->progId)), "LumoResLoader.Loader");
   EXPECT_EQ(findComponentClass(u"LumoMSmsManager.clsBillUseUpdate"), nullptr);
+  // Class ids are distinct.
+  for (std::size_t i = 0; i < classes.size(); ++i)
+    for (std::size_t j = i + 1; j < classes.size(); ++j)
+      EXPECT_FALSE(equalsNoCase(classes[i].clsid, classes[j].clsid)) << u8(ustring(classes[i].progId));
+  ASSERT_NE(findComponentClass(u"vtmobileopen.mobileopen"), nullptr);
+  EXPECT_EQ(u8(ustring(findComponentClass(u"vtmobileopen.mobileopen")->clsid)),
+            "{919FB0E2-869F-484D-AFD2-A9EAEB773157}");
+  ASSERT_NE(findComponentClass(u"LumoMSmsManager.CSerivceInfo"), nullptr);
+  EXPECT_EQ(u8(ustring(findComponentClass(u"LumoMSmsManager.CSerivceInfo")->clsid)),
+            "{799675B1-A76B-4289-B726-429CD490966D}");
 }
 
 }  // namespace

@@ -76,8 +76,17 @@ TEST(DbGen, DemoReachesEveryBranchTheWindowsHave) {
   EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Emp"), 35);
   EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Emp WHERE FDepartmentID IS NULL"), 1);
   EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Emp WHERE FDepartmentID=0"), 1);
-  EXPECT_EQ(n(u"SELECT COUNT(*) FROM t_Emp WHERE Lower(FNumber) IN ('admin','super')"), 4);
-  EXPECT_EQ(n(u"SELECT COUNT(DISTINCT FNumber) FROM t_Emp WHERE Lower(FNumber) IN ('admin','super')"), 4);
+  EXPECT_EQ(n(u"SELECT COUNT(*) FROM t_Emp WHERE Lower(FNumber) IN ('admin','super')"), 5);
+  EXPECT_EQ(n(u"SELECT COUNT(DISTINCT FNumber) FROM t_Emp WHERE Lower(FNumber) IN ('admin','super')"), 5);
+  // Both numbers stand without a department in their own case and in another one.
+  EXPECT_EQ(n(u"SELECT COUNT(DISTINCT Lower(FNumber)) FROM t_Emp WHERE FNumber IN ('admin','super') AND "
+              u"IfNull(FDepartmentID,0)=0"),
+            2);
+  EXPECT_EQ(n(u"SELECT COUNT(DISTINCT Lower(FNumber)) FROM t_Emp WHERE Lower(FNumber) IN ('admin','super') AND "
+              u"FNumber NOT IN ('admin','super') AND IfNull(FDepartmentID,0)=0"),
+            2);
+  // And one of them in another case belongs to a department.
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Emp WHERE Lower(FNumber) IN ('admin','super') AND FDepartmentID>0"), 1);
   EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Item WHERE FItemClassID=3 AND FDeleted=1"), 2);
   EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Emp WHERE FMobilePhone IS NULL"), 2);
   EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Emp WHERE FMobilePhone<>'' AND Trim(FMobilePhone)=''"), 1);
@@ -88,6 +97,34 @@ TEST(DbGen, DemoReachesEveryBranchTheWindowsHave) {
               u"WHERE u.FUserID BETWEEN 16384 AND 32767"),
             0);
   EXPECT_GE(n(u"SELECT COUNT(*) FROM t_User WHERE FEmpID IS NULL AND FUserID BETWEEN 16384 AND 32767"), 1);
+  // Users bound to a deleted employee, to one that does not exist, to one without
+  // a number and to one with a blank number.
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_User u JOIN t_Item i ON i.FItemID=u.FEmpID WHERE i.FDeleted=1 AND "
+              u"u.FUserID BETWEEN 16384 AND 32767"),
+            1);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_User u WHERE u.FEmpID IS NOT NULL AND u.FEmpID NOT IN (SELECT FItemID FROM "
+              u"t_Emp)"),
+            1);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_User u JOIN t_Emp e ON e.FItemID=u.FEmpID WHERE e.FMobilePhone IS NULL"), 1);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_User u JOIN t_Emp e ON e.FItemID=u.FEmpID WHERE e.FMobilePhone<>'' AND "
+              u"Trim(e.FMobilePhone)=''"),
+            1);
+  // Two ordinary users of the same name, not forbidden, in different groups (find
+  // and find next in the group tree), and two employees of the same name in
+  // different departments.
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_User a JOIN t_User b ON a.FName=b.FName AND a.FUserID<b.FUserID "
+              u"JOIN t_Group ga ON ga.FUserID=a.FUserID JOIN t_Group gb ON gb.FUserID=b.FUserID AND "
+              u"ga.FGroupID<>gb.FGroupID WHERE a.FForbidden=0 AND b.FForbidden=0 AND a.FUserID BETWEEN 16384 AND "
+              u"32767 AND b.FUserID BETWEEN 16384 AND 32767"),
+            1);
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Emp a JOIN t_Emp b ON a.FName=b.FName AND a.FItemID<b.FItemID AND "
+              u"a.FDepartmentID<>b.FDepartmentID"),
+            1);
+  // A department whose every employee is deleted.
+  EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Department d WHERE EXISTS (SELECT 1 FROM t_Emp e WHERE "
+              u"e.FDepartmentID=d.FItemID) AND NOT EXISTS (SELECT 1 FROM t_Emp e JOIN t_Item i ON i.FItemID=e.FItemID "
+              u"WHERE e.FDepartmentID=d.FItemID AND i.FDeleted=0)"),
+            1);
   EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Emp WHERE FName LIKE '%(%'"), 1);
   EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Department d WHERE NOT EXISTS (SELECT 1 FROM t_Emp e WHERE "
               u"e.FDepartmentID=d.FItemID)"),

@@ -267,6 +267,97 @@ TEST_F(DevHostCom, WriteBatchLogReadsACollectionHandedThroughCom) {
   EXPECT_EQ(r.rows[1][4], Variant(int32_t(1)));
 }
 
+TEST_F(DevHostCom, SenderNameAndNumberAnswerLateBound) {
+  ustring props = signIn(u"张伟", u"chs");
+  EXPECT_EQ(create(u"LumoMSmsManager.CSerivceInfo")->call(u"EmpInfo", {props}), Variant(u"张伟"));
+  EXPECT_EQ(create(u"LumoMSmsManager.clsBillUseInfo")->call(u"GetEmpMobile", {props}), Variant(u"13801020003"));
+  // 徐强's employee is deleted; 临时用户 has none; 黄丽's number is blanks only.
+  EXPECT_EQ(create(u"LumoMSmsManager.CSerivceInfo")->call(u"EmpInfo", {ustring(u"UserID=16399")}), Variant(u""));
+  EXPECT_EQ(create(u"LumoMSmsManager.CSerivceInfo")->call(u"EmpInfo", {ustring(u"UserID=16398")}), Variant(u""));
+  EXPECT_EQ(create(u"LumoMSmsManager.clsBillUseInfo")->call(u"GetEmpMobile", {ustring(u"UserID=16391")}),
+            Variant(u"   "));
+}
+
+// The parameter set as a script host builds it: the platform's scripting dictionary.
+ObjectPtr scriptingDictionary(const std::vector<std::pair<ustring, Variant>>& entries) {
+  ObjectPtr d = win::createByProgId(u"Scripting.Dictionary");
+  for (const auto& e : entries) d->call(u"Add", {e.first, e.second});
+  return d;
+}
+
+TEST_F(DevHostCom, SendMessageTakesAScriptingDictionaryAndKeepsTheMessage) {
+  ustring props = signIn(u"张伟", u"chs");
+  const ustring title = u"今晚七点停电检修,请提前保存工作。--张伟";
+  ObjectPtr params = scriptingDictionary({{u"title", title},
+                                          {u"msgType", int16_t(0)},
+                                          {u"Propstr", props + u";Language=chs"},
+                                          {u"isRevertible", int16_t(1)},
+                                          {u"receivers", ustring(u"13901010001,13801020003,")},
+                                          {u"senderid", ustring(u"13801020003")},
+                                          {u"FuncNumber", ustring(u"YDSW")}});
+  Variant id = create(u"VtMobileOpen.MobileOpen")->call(u"SendMessage", {params});
+  ASSERT_TRUE(id.isString());
+  ASSERT_FALSE(id.rawString().empty());
+  odbc::Result r = db_->query(
+      u"SELECT FTitle, FMsgType, FIsRevertible, FReceivers, FSenderID, FFuncNumber, FUserName, FProcessID FROM "
+      u"dh_Outbox WHERE FMessageID=?",
+      {id});
+  ASSERT_EQ(r.rows.size(), 1u);
+  EXPECT_EQ(r.rows[0][0], Variant(title));
+  EXPECT_EQ(r.rows[0][1], Variant(int32_t(0)));
+  EXPECT_EQ(r.rows[0][2], Variant(int32_t(1)));
+  EXPECT_EQ(r.rows[0][3], Variant(u"13901010001,13801020003,"));
+  EXPECT_EQ(r.rows[0][4], Variant(u"13801020003"));
+  EXPECT_EQ(r.rows[0][5], Variant(u"YDSW"));
+  EXPECT_EQ(r.rows[0][6], Variant(u"张伟"));
+  EXPECT_EQ(r.rows[0][7], Variant(static_cast<int32_t>(GetCurrentProcessId())));
+  r = db_->query(u"SELECT FReceiver FROM dh_OutboxReceiver WHERE FMessageID=? ORDER BY FSeq", {id});
+  ASSERT_EQ(r.rows.size(), 2u);
+  EXPECT_EQ(r.rows[0][0], Variant(u"13901010001"));
+  EXPECT_EQ(r.rows[1][0], Variant(u"13801020003"));
+  // The journal puts the set as its name=value pairs in order.
+  Variant args = db_->scalar(u"SELECT FArguments FROM dh_Journal WHERE FMethod='SendMessage' ORDER BY FSeq DESC LIMIT 1");
+  EXPECT_EQ(args, Variant(u"{title='" + title + u"', msgType=0, Propstr='" + props +
+                          u";Language=chs', isRevertible=1, receivers='13901010001,13801020003,', "
+                          u"senderid='13801020003', FuncNumber='YDSW'}"));
+  // The dictionary was only read.
+  EXPECT_EQ(params->get(u"Count"), Variant(int32_t(7)));
+
+  // A second send is a second message.
+  Variant again = create(u"VtMobileOpen.MobileOpen")->call(u"SendMessage", {params});
+  EXPECT_NE(again, id);
+}
+
+TEST_F(DevHostCom, SendMessageRefusalsAndSwitchesReachTheCaller) {
+  ustring props = signIn(u"张伟", u"chs");
+  ObjectPtr params = scriptingDictionary({{u"title", ustring(u"x")},
+                                          {u"msgType", int16_t(0)},
+                                          {u"Propstr", props},
+                                          {u"isRevertible", int16_t(0)},
+                                          {u"receivers", ustring(u"13901010001")},
+                                          {u"FuncNumber", ustring(u"YDSW")}});
+  ObjectPtr gateway = create(u"VtMobileOpen.MobileOpen");
+  Variant before = db_->scalar(u"SELECT COUNT(*) FROM dh_Outbox");
+  ustring d;
+  EXPECT_EQ(errorOf([&] { gateway->call(u"SendMessage", {params}); }, &d), static_cast<int32_t>(0x80040205));
+  EXPECT_EQ(u8(d), "VtMobileOpen.MobileOpen.SendMessage: the parameter set has no 'senderid' (it needs title, msgType, "
+                   "Propstr, isRevertible, receivers, senderid, FuncNumber)");
+  EXPECT_EQ(params->get(u"Count"), Variant(int32_t(6)));
+  EXPECT_EQ(db_->scalar(u"SELECT COUNT(*) FROM dh_Outbox"), before);
+
+  params->call(u"Add", {ustring(u"senderid"), ustring(u"")});
+  db_->execute(u"INSERT INTO dh_Switch (FComponent, FMethod, FMode) VALUES ('VtMobileOpen.MobileOpen', 'SendMessage', "
+               u"'empty')");
+  EXPECT_EQ(gateway->call(u"SendMessage", {params}), Variant(u""));
+  db_->execute(u"UPDATE dh_Switch SET FMode='raise'");
+  EXPECT_EQ(errorOf([&] { gateway->call(u"SendMessage", {params}); }, &d), static_cast<int32_t>(0x80040203));
+  EXPECT_EQ(db_->scalar(u"SELECT COUNT(*) FROM dh_Outbox"), before);
+  db_->execute(u"UPDATE dh_Switch SET FMode='missing'");
+  EXPECT_EQ(errorOf([&] { create(u"VtMobileOpen.MobileOpen"); }), errnum::CannotCreateObject);
+  db_->execute(u"DELETE FROM dh_Switch");
+  EXPECT_FALSE(gateway->call(u"SendMessage", {params}).toString().empty());
+}
+
 TEST_F(DevHostCom, CanUnloadOnlyWhenNoObjectIsAlive) {
   auto canUnload = exported<HRESULT(STDAPICALLTYPE*)()>(dll_, "DllCanUnloadNow");
   ASSERT_NE(canUnload, nullptr);
@@ -303,7 +394,7 @@ TEST_F(DevHostCom, JScriptProbeThroughCscript) {
   CloseHandle(file);
   std::string text = readFile(out);
   DeleteFileW(wz(out));
-  EXPECT_NE(text.find("probe: 16 passed, 0 failed"), std::string::npos) << text;
+  EXPECT_NE(text.find("probe: 29 passed, 0 failed"), std::string::npos) << text;
   EXPECT_EQ(text.find("FAIL"), std::string::npos) << text;
 }
 

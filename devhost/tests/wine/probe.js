@@ -49,6 +49,44 @@ try {
   eq("AccessCheck", security.AccessCheck(props, 65010, 0, 2, false), true);
   eq("GetCurrentUserID", security.GetCurrentUserID(props), 16386);
 
+  // The sender's name and number, and a message sent with a parameter set built
+  // here, then read back from the outbox through GetData.
+  eq("EmpInfo", new ActiveXObject("LumoMSmsManager.CSerivceInfo").EmpInfo(props), zhangWei);
+  eq("GetEmpMobile", bill.GetEmpMobile(props), "13801020003");
+  var title = "\u660e\u5929\u4e0a\u5348\u4e5d\u70b9\u5f00\u4f1a--" + zhangWei;  // "a meeting tomorrow at nine", signed
+  var params = new ActiveXObject("Scripting.Dictionary");
+  params.Add("title", title);
+  params.Add("msgType", 0);
+  params.Add("Propstr", props);
+  params.Add("isRevertible", 1);
+  params.Add("receivers", "13901010001,,13601030006");
+  params.Add("senderid", "13801020003");
+  params.Add("FuncNumber", "YDSW");
+  var gateway = new ActiveXObject("VtMobileOpen.MobileOpen");
+  var id = gateway.SendMessage(params);
+  check("message id " + id, typeof id == "string" && id.length > 0);
+  rs = bill.GetData(props, "Select FTitle,FMsgType,FIsRevertible,FReceivers,FSenderID,FFuncNumber,FUserName " +
+      "From dh_Outbox Where FMessageID=" + id);
+  eq("outbox row", rs.RecordCount, 1);
+  eq("outbox title", rs.Fields("FTitle").Value, title);
+  eq("outbox flags", rs.Fields("FMsgType").Value + "/" + rs.Fields("FIsRevertible").Value, "0/1");
+  eq("outbox receivers", rs.Fields("FReceivers").Value, "13901010001,,13601030006");
+  eq("outbox sender", rs.Fields("FSenderID").Value + " " + rs.Fields("FUserName").Value, "13801020003 " + zhangWei);
+  eq("outbox function", rs.Fields("FFuncNumber").Value, "YDSW");
+  rs = bill.GetData(props, "Select FReceiver From dh_OutboxReceiver Where FMessageID=" + id + " Order by FSeq");
+  var receivers = [];
+  while (!rs.EOF) { receivers.push(rs.Fields("FReceiver").Value); rs.MoveNext(); }
+  eq("receiver rows", receivers.join("|"), "13901010001|13601030006");
+  check("second message id differs", gateway.SendMessage(params) != id);
+  params.Remove("FuncNumber");
+  try {
+    gateway.SendMessage(params);
+    check("incomplete set refused", false);
+  } catch (e) {
+    check("incomplete set message: " + e.description, e.description.indexOf("has no 'FuncNumber'") > 0);
+  }
+  eq("set left as it was", params.Count, 6);
+
   try {
     bill.GetData("UserName=x;UserID=999", "Select 1");
     check("unknown session refused", false);
