@@ -63,14 +63,16 @@ bool DynamicObject::hasMember(const ustring& name) const {
   return handlers_.count(name) > 0 || properties_.count(name) > 0;
 }
 
-void Collection::add(const Variant& item, const ustring* key) {
+void Collection::add(const Variant& item, const ustring* key) { add(Variant(item), key); }
+
+void Collection::add(Variant&& item, const ustring* key) {
   if (key) {
     ustring folded = toUpper(*key);
     if (keys_.count(folded)) throw Error(errnum::KeyAlreadyExists);
     keys_[folded] = items_.size();
-    items_.push_back({item, *key, true});
+    items_.push_back({std::move(item), *key, true});
   } else {
-    items_.push_back({item, {}, false});
+    items_.push_back({std::move(item), {}, false});
   }
 }
 

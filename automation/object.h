@@ -82,7 +82,11 @@ class DynamicObject : public Object {
 class Collection : public Object {
  public:
   void add(const Variant& item, const ustring* key = nullptr);
+  // The same, taking the item over (no copy of a long text).
+  void add(Variant&& item, const ustring* key = nullptr);
   std::size_t count() const { return items_.size(); }
+  // Room for n items (a caller that knows roughly how many will come).
+  void reserve(std::size_t n) { items_.reserve(n); }
   const Variant& item(std::size_t position) const;  // 1-based
   const Variant& item(const ustring& key) const;
   bool hasKey(const ustring& key) const;

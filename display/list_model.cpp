@@ -1,0 +1,194 @@
+#include "display/list_model.h"
+
+#include <algorithm>
+
+namespace lumo::display {
+
+ustring_view cellPiece(ustring_view cells, std::size_t piece) {
+  std::size_t start = 0;
+  for (std::size_t i = 0; i < piece; ++i) {
+    const std::size_t tab = cells.find(u'\t', start);
+    if (tab == ustring_view::npos) return {};
+    start = tab + 1;
+  }
+  const std::size_t tab = cells.find(u'\t', start);
+  return cells.substr(start, tab == ustring_view::npos ? ustring_view::npos : tab - start);
+}
+
+std::size_t tabCount(ustring_view text) { return static_cast<std::size_t>(std::count(text.begin(), text.end(), u'\t')); }
+
+ListModel::ListModel() : rows_(std::make_shared<Collection>()) {}
+
+void ListModel::setRows(std::shared_ptr<Collection> rows) {
+  rows_ = rows ? std::move(rows) : std::make_shared<Collection>();
+}
+
+ustring_view ListModel::storedCells(int32_t row, ustring& scratch) const {
+  if (row == 0) {
+    ustring_view t = titles_;
+    if (!t.empty() && t.back() == u'|') t.remove_suffix(1);
+    return t;
+  }
+  if (row < 1 || static_cast<std::size_t>(row) > rows_->count()) return {};
+  const Variant& entry = rows_->item(static_cast<std::size_t>(row));
+  if (entry.isString()) return entry.rawString();
+  // Something other than text was put in the collection: shown as its text, or
+  // not at all when it has none.
+  try {
+    scratch = entry.toString();
+  } catch (const std::exception&) {
+    scratch.clear();
+  }
+  return scratch;
+}
+
+ustring ListModel::line(int32_t r) const {
+  if (r < 1 || r > rowCount_) return {};
+  if (r == 1) return titles_;
+  const std::size_t k = static_cast<std::size_t>(r - 1);
+  if (k > rows_->count()) return {};
+  const Variant& entry = rows_->item(k);
+  ustring out;
+  if (entry.isString()) {
+    out.reserve(entry.rawString().size() + 1);
+    out = entry.rawString();
+  } else {
+    try {
+      out = entry.toString();
+    } catch (const std::exception&) {
+      return {};
+    }
+  }
+  out.push_back(u'|');
+  return out;
+}
+
+void ListModel::setColumnCount(int32_t n) {
+  if (n < 0) throw Error(errnum::InvalidCall);
+  if (n < columnCount()) {
+    for (auto it = cells_.begin(); it != cells_.end();) {
+      if (static_cast<int32_t>(it->first & 0xFFFFFFFFu) > n) it = cells_.erase(it);
+      else ++it;
+    }
+    rowsWritten_.clear();
+    for (const auto& [key, value] : cells_) rowsWritten_.insert(static_cast<int32_t>(key >> 32));
+  }
+  columns_.resize(static_cast<std::size_t>(n));
+}
+
+const ListColumn& ListModel::column(int32_t c) const {
+  if (c < 1 || c > columnCount()) throw Error(errnum::SubscriptOutOfRange);
+  return columns_[static_cast<std::size_t>(c - 1)];
+}
+
+bool ListModel::setColumnWidth(int32_t c, int32_t twips) {
+  if (c < 1 || c > columnCount() || twips < 0) return false;
+  columns_[static_cast<std::size_t>(c - 1)].width = twips;
+  return true;
+}
+
+bool ListModel::setColumnAlignment(int32_t c, int32_t code) {
+  if (c < 1 || c > columnCount()) return false;
+  columns_[static_cast<std::size_t>(c - 1)].alignment = code;
+  return true;
+}
+
+void ListModel::setRowCount(int32_t n) {
+  if (n < 0) throw Error(errnum::InvalidCall);
+  if (n < rowCount_) {
+    for (auto it = cells_.begin(); it != cells_.end();) {
+      if (static_cast<int32_t>(it->first >> 32) >= n) it = cells_.erase(it);
+      else ++it;
+    }
+    for (auto it = rowsWritten_.begin(); it != rowsWritten_.end();) {
+      if (*it >= n) it = rowsWritten_.erase(it);
+      else ++it;
+    }
+    if (n == 0) {
+      for (ListColumn& c : columns_) {
+        c.title.clear();
+        c.hasTitle = false;
+      }
+    }
+  }
+  rowCount_ = n;
+  currentRow_ = std::max(0, std::min(currentRow_, n - 1));
+}
+
+bool ListModel::setCurrentRow(int32_t r) {
+  if (r < 0 || r >= rowCount_) return false;
+  currentRow_ = r;
+  return true;
+}
+
+ustring ListModel::text(int32_t row, int32_t col) const {
+  if (!inside(row, col)) return {};
+  if (row == 0) {
+    const ListColumn& c = columns_[static_cast<std::size_t>(col - 1)];
+    if (c.hasTitle) return c.title;
+  } else if (!cells_.empty()) {
+    auto it = cells_.find(keyOf(row, col));
+    if (it != cells_.end()) return it->second;
+  }
+  ustring scratch;
+  return ustring(cellPiece(storedCells(row, scratch), static_cast<std::size_t>(col - 1)));
+}
+
+bool ListModel::setText(int32_t row, int32_t col, const ustring& value) {
+  if (!inside(row, col)) return false;
+  if (row == 0) {
+    ListColumn& c = columns_[static_cast<std::size_t>(col - 1)];
+    c.title = value;
+    c.hasTitle = true;
+    return true;
+  }
+  cells_[keyOf(row, col)] = value;
+  rowsWritten_.insert(row);
+  return true;
+}
+
+const ustring& ListModel::joinedCells(int32_t row, ustring& scratch) const {
+  const int32_t n = columnCount();
+  if (row < 0 || row >= rowCount_ || n == 0) {
+    scratch.clear();
+    return scratch;
+  }
+  bool written = false;
+  if (row == 0) {
+    for (const ListColumn& c : columns_) written = written || c.hasTitle;
+  } else {
+    written = !rowsWritten_.empty() && rowsWritten_.count(row) > 0;
+  }
+  if (!written) {
+    const std::size_t tabs = static_cast<std::size_t>(n - 1);
+    if (row >= 1 && static_cast<std::size_t>(row) <= rows_->count()) {
+      const Variant& entry = rows_->item(static_cast<std::size_t>(row));
+      // Exactly n cells already: the stored text is the joined row.
+      if (entry.isString() && tabCount(entry.rawString()) == tabs) return entry.rawString();
+    } else if (row == 0) {
+      const ustring_view stored = storedCells(0, scratch);
+      if (tabCount(stored) == tabs) {
+        scratch.assign(stored.data(), stored.size());
+        return scratch;
+      }
+    }
+  }
+  ustring joined;
+  for (int32_t c = 1; c <= n; ++c) {
+    if (c > 1) joined.push_back(u'\t');
+    joined += text(row, c);
+  }
+  scratch = std::move(joined);
+  return scratch;
+}
+
+void ListModel::clearCells() {
+  cells_.clear();
+  rowsWritten_.clear();
+  for (ListColumn& c : columns_) {
+    c.title.clear();
+    c.hasTitle = false;
+  }
+}
+
+}  // namespace lumo::display
