@@ -1,7 +1,9 @@
 // clsSaveFile: reads or writes a plain text file line by line.
+#include "automation/win/bridge.h"
 #include "com/classes.h"
 #include "com/dual.h"
 #include "com/typelib.h"
+#include "display/save_file.h"
 
 namespace lumo::com {
 namespace {
@@ -10,15 +12,40 @@ class SaveFileObject final : public DualObject<_clsSaveFile> {
  public:
   SaveFileObject() : DualObject(IID__clsSaveFile, CLSID_clsSaveFile, u"clsSaveFile") {}
 
-  HRESULT STDMETHODCALLTYPE get_lineNum(LONG* ret) override { return unavailable(u"lineNum", ret); }
-  HRESULT STDMETHODCALLTYPE put_lineNum(LONG) override { return unavailable(u"lineNum"); }
-  HRESULT STDMETHODCALLTYPE get_fileName(BSTR* ret) override { return unavailable(u"fileName", ret); }
-  HRESULT STDMETHODCALLTYPE put_fileName(BSTR) override { return unavailable(u"fileName"); }
-  HRESULT STDMETHODCALLTYPE WriteTo(BSTR*) override { return unavailable(u"WriteTo"); }
-  HRESULT STDMETHODCALLTYPE readFirstLine(BSTR* ret) override { return unavailable(u"readFirstLine", ret); }
-  HRESULT STDMETHODCALLTYPE readLeftLines(IDispatch** ret) override { return unavailable(u"readLeftLines", ret); }
-  HRESULT STDMETHODCALLTYPE get_action(Enum_Action* ret) override { return unavailable(u"action", ret); }
-  HRESULT STDMETHODCALLTYPE put_action(Enum_Action) override { return unavailable(u"action"); }
+  HRESULT STDMETHODCALLTYPE get_lineNum(LONG* ret) override {
+    return getValue(u"lineNum", ret, [&] { return file_.lineNum(); });
+  }
+  HRESULT STDMETHODCALLTYPE put_lineNum(LONG value) override {
+    return run(u"lineNum", [&] { file_.setLineNum(value); });
+  }
+  HRESULT STDMETHODCALLTYPE get_fileName(BSTR* ret) override {
+    return getText(u"fileName", ret, [&] { return file_.fileName(); });
+  }
+  HRESULT STDMETHODCALLTYPE put_fileName(BSTR value) override {
+    return run(u"fileName", [&] { file_.setFileName(fromBstrArg(value)); });
+  }
+  HRESULT STDMETHODCALLTYPE WriteTo(BSTR* line) override {
+    return run(u"WriteTo", [&] { file_.writeTo(fromBstrArg(*checkOut(line))); });
+  }
+  HRESULT STDMETHODCALLTYPE readFirstLine(BSTR* ret) override {
+    return getText(u"readFirstLine", ret, [&] { return file_.readFirstLine(); });
+  }
+  HRESULT STDMETHODCALLTYPE readLeftLines(IDispatch** ret) override {
+    if (ret) *ret = nullptr;
+    return run(u"readLeftLines", [&] {
+      checkOut(ret);
+      *ret = lumo::win::newObjectDispatch(file_.readLeftLines());
+    });
+  }
+  HRESULT STDMETHODCALLTYPE get_action(Enum_Action* ret) override {
+    return getValue(u"action", ret, [&] { return file_.action(); });
+  }
+  HRESULT STDMETHODCALLTYPE put_action(Enum_Action value) override {
+    return run(u"action", [&] { file_.setAction(static_cast<int32_t>(value)); });
+  }
+
+ private:
+  display::SaveFile file_;
 };
 
 }  // namespace

@@ -27,17 +27,10 @@ try {
   var m = new ActiveXObject("LumoSmsManager.clsSmsManager");
   expectUnavailable("clsSmsManager.SetUserMobile", function () { m.SetUserMobile(); });
   expectUnavailable("clsSmsManager.SetAllMobile", function () { m.SetAllMobile(); });
-  expectUnavailable("clsSmsManager.SendSms", function () { m.SendSms(); });
   expectUnavailable("clsSmsManager.SmsManager", function () { m.SmsManager(""); });
   expectUnavailable("clsSmsManager.UserSms", function () { m.UserSms("1"); });
   expectUnavailable("clsSmsManager.ShowSmsLog", function () { m.ShowSmsLog(); });
 
-  var b = new ActiveXObject("LumoSmsManager.clsDispBuilder");
-  expectUnavailable("clsDispBuilder.Cols", function () { b.Cols = 2; });
-  expectUnavailable("clsDispBuilder.Show", function () { b.Show(1); });
-
-  var f = new ActiveXObject("LumoSmsManager.clsSaveFile");
-  expectUnavailable("clsSaveFile.readFirstLine", function () { f.readFirstLine(); });
 } catch (e) {
   failed++;
   WScript.Echo("FAIL unexpected error " + (e.number >>> 0).toString(16) + ": " + e.description);
