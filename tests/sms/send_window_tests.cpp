@@ -1,0 +1,657 @@
+// The send window as the host opens it: clsSmsManager created by ProgID and
+// called late-bound, the window's real controls driven with window messages, the
+// message boxes read and dismissed, and what the add-in did read back from the
+// development host's database.
+#include <gtest/gtest.h>
+#include <windows.h>
+#include <commctrl.h>
+#include <ole2.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "automation/win/bridge.h"
+#include "devhost/components/odbc.h"
+#include "sms/win/frm_send_sms.h"
+
+namespace lumo {
+inline void PrintTo(const Variant& v, std::ostream* os) { *os << toUtf8(v.describe()); }
+}  // namespace lumo
+
+namespace lumo::sendtest {
+namespace {
+
+using namespace lumo::sms::win;
+namespace odbc = lumo::devhost::odbc;
+
+const wchar_t* const kTitle = L"发送短信";
+
+ustring u16(const wchar_t* s) { return ustring(reinterpret_cast<const char16_t*>(s)); }
+const wchar_t* wz(const ustring& s) { return reinterpret_cast<const wchar_t*>(s.c_str()); }
+std::string u8(const ustring& s) { return toUtf8(s); }
+
+ustring windowsPath(const char* unixPath) {
+  ustring p = u"Z:" + fromUtf8(unixPath);
+  for (auto& c : p)
+    if (c == u'/') c = u'\\';
+  return p;
+}
+
+ustring env(const wchar_t* name) {
+  wchar_t buf[1024];
+  DWORD n = GetEnvironmentVariableW(name, buf, 1024);
+  return n && n < 1024 ? ustring(reinterpret_cast<const char16_t*>(buf), n) : ustring();
+}
+
+ustring textOf(HWND h) {
+  wchar_t buf[4096];
+  int n = GetWindowTextW(h, buf, 4096);
+  return ustring(reinterpret_cast<const char16_t*>(buf), n > 0 ? static_cast<std::size_t>(n) : 0);
+}
+
+ustring className(HWND h) {
+  wchar_t buf[128];
+  int n = GetClassNameW(h, buf, 128);
+  return ustring(reinterpret_cast<const char16_t*>(buf), n > 0 ? static_cast<std::size_t>(n) : 0);
+}
+
+template <class F>
+F exported(HMODULE m, const char* name) {
+  return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(m, name)));
+}
+
+// Runs the thread's messages for a while, as the host's loop would.
+void pump(int milliseconds = 200) {
+  const DWORD end = GetTickCount() + static_cast<DWORD>(milliseconds);
+  MSG msg;
+  while (static_cast<LONG>(end - GetTickCount()) > 0) {
+    while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
+      TranslateMessage(&msg);
+      DispatchMessageW(&msg);
+    }
+    Sleep(10);
+  }
+}
+
+// ---- message boxes ---------------------------------------------------------------------
+// A thread timer runs inside a message box's own loop: it reads each box's text
+// and presses OK.
+
+std::vector<ustring> g_boxes;
+
+BOOL CALLBACK collectBox(HWND hwnd, LPARAM) {
+  if (className(hwnd) != u"#32770" || !IsWindowVisible(hwnd)) return TRUE;
+  HWND text = GetDlgItem(hwnd, 0xFFFF);  // the message text of a message box
+  if (!text) return TRUE;
+  g_boxes.push_back(textOf(text));
+  PostMessageW(hwnd, WM_COMMAND, IDOK, 0);
+  return TRUE;
+}
+
+void CALLBACK boxTimer(HWND, UINT, UINT_PTR, DWORD) {
+  EnumThreadWindows(GetCurrentThreadId(), collectBox, 0);
+}
+
+class BoxWatcher {
+ public:
+  BoxWatcher() {
+    g_boxes.clear();
+    timer_ = SetTimer(nullptr, 0, 100, boxTimer);
+  }
+  ~BoxWatcher() { KillTimer(nullptr, timer_); }
+  std::vector<ustring> boxes() const { return g_boxes; }
+
+ private:
+  UINT_PTR timer_ = 0;
+};
+
+// ---- the send windows ------------------------------------------------------------------
+
+BOOL CALLBACK collectSendWindow(HWND hwnd, LPARAM out) {
+  if (IsWindowVisible(hwnd) && GetDlgItem(hwnd, idCmdSend) && GetDlgItem(hwnd, idDepartments))
+    reinterpret_cast<std::vector<HWND>*>(out)->push_back(hwnd);
+  return TRUE;
+}
+
+std::vector<HWND> sendWindows() {
+  std::vector<HWND> found;
+  EnumThreadWindows(GetCurrentThreadId(), collectSendWindow, reinterpret_cast<LPARAM>(&found));
+  return found;
+}
+
+HTREEITEM rootItem(HWND tree, int index) {
+  HTREEITEM item = TreeView_GetRoot(tree);
+  for (int i = 0; i < index && item; ++i) item = TreeView_GetNextSibling(tree, item);
+  return item;
+}
+
+ustring itemText(HWND tree, HTREEITEM item) {
+  wchar_t buf[512];
+  TVITEMW tv{};
+  tv.mask = TVIF_TEXT | TVIF_HANDLE;
+  tv.hItem = item;
+  tv.pszText = buf;
+  tv.cchTextMax = 512;
+  if (!TreeView_GetItem(tree, &tv)) return {};
+  return u16(buf);
+}
+
+bool itemChecked(HWND tree, HTREEITEM item) {
+  return (TreeView_GetItemState(tree, item, TVIS_STATEIMAGEMASK) >> 12) == 2;
+}
+
+std::vector<HTREEITEM> children(HWND tree, HTREEITEM item) {
+  std::vector<HTREEITEM> out;
+  for (HTREEITEM c = TreeView_GetChild(tree, item); c; c = TreeView_GetNextSibling(tree, c)) out.push_back(c);
+  return out;
+}
+
+// Clicks an item's check box with the mouse messages a user's click makes.
+void clickCheckBox(HWND tree, HTREEITEM item) {
+  RECT r{};
+  // TVM_GETITEMRECT takes the item in the rectangle it fills.
+  std::memcpy(&r, &item, sizeof item);
+  ASSERT_TRUE(SendMessageW(tree, TVM_GETITEMRECT, TRUE, reinterpret_cast<LPARAM>(&r)));
+  HIMAGELIST states = TreeView_GetImageList(tree, TVSIL_STATE);
+  int cx = 16, cy = 16;
+  if (states) ImageList_GetIconSize(states, &cx, &cy);
+  POINT pt{r.left - cx / 2 - 1, (r.top + r.bottom) / 2};
+  TVHITTESTINFO hit{};
+  hit.pt = pt;
+  ASSERT_EQ(TreeView_HitTest(tree, &hit), item);
+  ASSERT_TRUE(hit.flags & TVHT_ONITEMSTATEICON) << "flags " << hit.flags;
+  const LPARAM at = MAKELPARAM(pt.x, pt.y);
+  PostMessageW(tree, WM_LBUTTONDOWN, MK_LBUTTON, at);
+  PostMessageW(tree, WM_LBUTTONUP, 0, at);
+  pump(400);
+}
+
+// Typed at the end of what the box holds.
+void typeChars(HWND edit, const ustring& text) {
+  const WPARAM end = static_cast<WPARAM>(GetWindowTextLengthW(edit));
+  SendMessageW(edit, EM_SETSEL, end, static_cast<LPARAM>(end));
+  for (char16_t c : text) SendMessageW(edit, WM_CHAR, static_cast<WPARAM>(c), 1);
+}
+
+// A key as the keyboard sends it: posted and run through the host's loop.
+void pressKey(HWND target, UINT vk) {
+  PostMessageW(target, WM_KEYDOWN, vk, 1);
+  PostMessageW(target, WM_KEYUP, vk, 0xC0000001);
+  pump(300);
+}
+
+// The tool tip text a window's tool-tip control holds for one of its controls.
+struct ToolTipQuery {
+  HWND owner;
+  HWND tooltip;
+};
+BOOL CALLBACK findToolTip(HWND hwnd, LPARAM p) {
+  auto* q = reinterpret_cast<ToolTipQuery*>(p);
+  if (className(hwnd) == u"tooltips_class32" && GetWindow(hwnd, GW_OWNER) == q->owner) {
+    q->tooltip = hwnd;
+    return FALSE;
+  }
+  return TRUE;
+}
+ustring toolTipOf(HWND owner, HWND control) {
+  ToolTipQuery q{owner, nullptr};
+  EnumThreadWindows(GetCurrentThreadId(), findToolTip, reinterpret_cast<LPARAM>(&q));
+  if (!q.tooltip) return u"<no tool tip>";
+  wchar_t buf[256] = L"";
+  TTTOOLINFOW ti{};
+  ti.cbSize = sizeof ti;
+  ti.hwnd = owner;
+  ti.uId = reinterpret_cast<UINT_PTR>(control);
+  ti.lpszText = buf;
+  SendMessageW(q.tooltip, TTM_GETTEXTW, 256, reinterpret_cast<LPARAM>(&ti));
+  return u16(buf);
+}
+
+// Saves the window's pixels as a BMP (converted to PNG outside).
+void saveShot(HWND hwnd, const ustring& name) {
+  const ustring dir = env(L"LUMO_SHOTS_DIR");
+  if (dir.empty()) return;
+  RedrawWindow(hwnd, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW | RDW_ALLCHILDREN | RDW_FRAME);
+  pump(500);
+  RECT r;
+  GetWindowRect(hwnd, &r);
+  const int w = r.right - r.left, h = r.bottom - r.top;
+  HDC screen = GetDC(nullptr);
+  HDC mem = CreateCompatibleDC(screen);
+  HBITMAP bmp = CreateCompatibleBitmap(screen, w, h);
+  HGDIOBJ old = SelectObject(mem, bmp);
+  BitBlt(mem, 0, 0, w, h, screen, r.left, r.top, SRCCOPY);
+  SelectObject(mem, old);
+  BITMAPINFOHEADER bi{};
+  bi.biSize = sizeof bi;
+  bi.biWidth = w;
+  bi.biHeight = h;
+  bi.biPlanes = 1;
+  bi.biBitCount = 24;
+  const int stride = ((w * 3 + 3) / 4) * 4;
+  std::vector<char> pixels(static_cast<std::size_t>(stride) * h);
+  GetDIBits(mem, bmp, 0, h, pixels.data(), reinterpret_cast<BITMAPINFO*>(&bi), DIB_RGB_COLORS);
+  BITMAPFILEHEADER fh{};
+  fh.bfType = 0x4D42;
+  fh.bfOffBits = sizeof fh + sizeof bi;
+  fh.bfSize = fh.bfOffBits + static_cast<DWORD>(pixels.size());
+  const ustring path = dir + u"\\" + name + u".bmp";
+  if (FILE* f = _wfopen(wz(path), L"wb")) {
+    fwrite(&fh, sizeof fh, 1, f);
+    fwrite(&bi, sizeof bi, 1, f);
+    fwrite(pixels.data(), 1, pixels.size(), f);
+    fclose(f);
+  }
+  DeleteObject(bmp);
+  DeleteDC(mem);
+  ReleaseDC(nullptr, screen);
+}
+
+// ---- the fixture -----------------------------------------------------------------------
+
+class SendWindow : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    INITCOMMONCONTROLSEX icc{sizeof icc, ICC_TREEVIEW_CLASSES | ICC_TAB_CLASSES};
+    InitCommonControlsEx(&icc);
+    for (const char* dll : {LUMO_DEVHOST_DLL, LUMO_SMS_DLL}) {
+      HMODULE m = LoadLibraryW(wz(windowsPath(dll)));
+      ASSERT_NE(m, nullptr) << "cannot load " << dll;
+      auto reg = exported<HRESULT(STDAPICALLTYPE*)()>(m, "DllRegisterServer");
+      ASSERT_NE(reg, nullptr);
+      ASSERT_EQ(reg(), S_OK) << dll;
+      modules_.push_back(m);
+    }
+  }
+  static void TearDownTestSuite() {
+    for (HMODULE m : modules_) {
+      if (auto unreg = exported<HRESULT(STDAPICALLTYPE*)()>(m, "DllUnregisterServer")) unreg();
+    }
+    CoUninitialize();
+  }
+
+  void SetUp() override {
+    const ustring path = env(L"LUMO_DEVHOST_DB");
+    ASSERT_FALSE(path.empty()) << "LUMO_DEVHOST_DB is not set";
+    db_ = std::make_unique<odbc::Connection>(u"Driver=SQLite3;Database=" + path);
+    db_->execute(u"DELETE FROM dh_Switch");
+    lastAudit_ = db_->scalar(u"SELECT IFNULL(MAX(FID),0) FROM dh_AuditLog").toI4();
+    lastMessage_ = db_->scalar(u"SELECT IFNULL(MAX(FMessageID),0) FROM dh_Outbox").toI4();
+  }
+  void TearDown() override {
+    for (HWND w : sendWindows()) SendMessageW(w, WM_CLOSE, 0, 0);
+    pump(100);
+    if (db_) db_->execute(u"DELETE FROM dh_Switch");
+  }
+
+  ustring signIn(const ustring& user, const ustring& language) {
+    return win::createByProgId(u"PropsMgr.ShareProps")->call(u"SignIn", {user, language}).toString();
+  }
+  void sendSms() { win::createByProgId(u"LumoSmsManager.clsSmsManager")->call(u"SendSms", {}); }
+
+  // Opens one window and returns it.
+  HWND openWindow() {
+    known_ = sendWindows();
+    const std::size_t before = known_.size();
+    sendSms();
+    pump(200);
+    std::vector<HWND> now = sendWindows();
+    if (now.size() != before + 1) return nullptr;
+    for (HWND w : now)
+      if (std::find(known_.begin(), known_.end(), w) == known_.end()) {
+        known_.push_back(w);
+        return w;
+      }
+    return nullptr;
+  }
+
+  // The audit rows of SMS00109 written since the test began: (action, description).
+  std::vector<std::pair<int32_t, ustring>> audit(std::vector<odbc::Result>* raw = nullptr) {
+    odbc::Result r = db_->query(
+        u"SELECT FStatement, IFNULL(FDesc,''), FMachineName, FIPAddress FROM dh_AuditLog "
+        u"WHERE FID>? AND FFuncID='SMS00109' ORDER BY FID",
+        {Variant(lastAudit_)});
+    std::vector<std::pair<int32_t, ustring>> out;
+    for (auto& row : r.rows) out.emplace_back(row[0].toI4(), row[1].toString());
+    if (raw) raw->push_back(r);
+    return out;
+  }
+
+  static std::vector<HMODULE> modules_;
+  std::vector<HWND> known_;
+  std::unique_ptr<odbc::Connection> db_;
+  int32_t lastAudit_ = 0, lastMessage_ = 0;
+};
+std::vector<HMODULE> SendWindow::modules_;
+
+TEST_F(SendWindow, CheckedDepartmentTypedNumberAndFullMessageReachTheGatewayAndTheLog) {
+  const ustring props = signIn(u"王建国", u"chs");
+  HWND w = openWindow();
+  ASSERT_NE(w, nullptr);
+  EXPECT_EQ(textOf(w), u16(kTitle));
+  EXPECT_EQ(GetParent(w), nullptr);
+  EXPECT_EQ(GetWindow(w, GW_OWNER), nullptr);
+  EXPECT_TRUE(GetWindowLongW(w, GWL_STYLE) & WS_THICKFRAME);
+  EXPECT_EQ(textOf(GetDlgItem(w, idLblSms)), u"您还可以输入130字符,末尾将自动加上发送人姓名");
+  EXPECT_EQ(textOf(GetDlgItem(w, idCmdSend)), u"发送(&S)");
+  EXPECT_EQ(textOf(GetDlgItem(w, idCmdAdd)), u"-->");
+  EXPECT_EQ(textOf(GetDlgItem(w, idLblInfo)), u"支持群发,有效号码分隔符为\",\"");
+  EXPECT_EQ(u8(toolTipOf(w, GetDlgItem(w, idCmdAdd))), "添加手机号码");
+
+  // The first department: never opened, so its only child is the placeholder.
+  HWND tree = GetDlgItem(w, idDepartments);
+  EXPECT_TRUE(IsWindowVisible(tree));
+  EXPECT_FALSE(IsWindowVisible(GetDlgItem(w, idGroups)));
+  EXPECT_EQ(itemText(tree, rootItem(tree, 0)), u"无部门");
+  HTREEITEM dept = rootItem(tree, 1);
+  ASSERT_NE(dept, nullptr);
+  ASSERT_EQ(children(tree, dept).size(), 1u);
+  EXPECT_EQ(itemText(tree, children(tree, dept)[0]), u"正在加载数据");
+
+  odbc::Result first = db_->query(
+      u"SELECT DISTINCT t1.FDepartmentID, t2.FName FROM t_Emp t1 JOIN t_Department t2 ON t1.FDepartmentID=t2.FItemID "
+      u"WHERE t1.FItemID>0 ORDER BY t1.FDepartmentID LIMIT 1");
+  ASSERT_EQ(first.rows.size(), 1u);
+  EXPECT_EQ(itemText(tree, dept), first.rows[0][1].toString());
+  odbc::Result members = db_->query(
+      u"SELECT t1.FName, t1.FMobilePhone FROM t_Emp t1 JOIN t_Item t2 ON t1.FItemID=t2.FItemID "
+      u"WHERE t1.FDepartmentID=? AND t2.FDeleted=0 ORDER BY t1.FNumber",
+      {first.rows[0][0]});
+  ASSERT_GE(members.rows.size(), 2u);
+  ustring expected;
+  for (auto& row : members.rows) {
+    const ustring number = row[1].isNull() ? ustring() : row[1].toString();
+    if (number.empty()) continue;
+    if (!expected.empty()) expected += u",";
+    expected += number;
+  }
+  ASSERT_FALSE(expected.empty());
+
+  clickCheckBox(tree, dept);
+  EXPECT_TRUE(itemChecked(tree, dept));
+  std::vector<HTREEITEM> people = children(tree, dept);
+  ASSERT_EQ(people.size(), members.rows.size());
+  for (std::size_t i = 0; i < people.size(); ++i) {
+    EXPECT_TRUE(itemChecked(tree, people[i])) << i;
+    EXPECT_EQ(itemText(tree, people[i]).substr(0, members.rows[i][0].toString().size()), members.rows[i][0].toString());
+  }
+
+  SendMessageW(GetDlgItem(w, idCmdAdd), BM_CLICK, 0, 0);
+  HWND mobile = GetDlgItem(w, idMobile);
+  EXPECT_EQ(u8(textOf(mobile)), u8(expected));
+
+  // Typed at the end: digits and "," pass, a letter is dropped.
+  typeChars(mobile, u",1390a0011x122");
+  const ustring receivers = expected + u",13900011122";
+  EXPECT_EQ(u8(textOf(mobile)), u8(receivers));
+
+  // Exactly 130 characters: the counter reaches 0 and the box takes no more.
+  ustring message;
+  const ustring words = u"明天上午九点在三楼会议室召开月度例会请准时参加";
+  while (message.size() < 130) message += words;
+  message.resize(130);
+  HWND text = GetDlgItem(w, idMessage);
+  EXPECT_EQ(SendMessageW(text, EM_GETLIMITTEXT, 0, 0), 130);
+  typeChars(text, message.substr(0, 129));
+  EXPECT_EQ(textOf(GetDlgItem(w, idLblSms)), u"您还可以输入1字符,末尾将自动加上发送人姓名");
+  typeChars(text, message.substr(129));
+  EXPECT_EQ(textOf(GetDlgItem(w, idLblSms)), u"您还可以输入0字符,末尾将自动加上发送人姓名");
+  typeChars(text, u"多");
+  EXPECT_EQ(textOf(text).size(), 130u);
+  SendMessageW(GetDlgItem(w, idChkRestore), BM_CLICK, 0, 0);
+
+  std::vector<ustring> boxes;
+  {
+    BoxWatcher watch;
+    SendMessageW(GetDlgItem(w, idCmdSend), BM_CLICK, 0, 0);
+    pump(200);
+    boxes = watch.boxes();
+  }
+  ASSERT_EQ(boxes.size(), 1u);
+  EXPECT_EQ(boxes[0], u"发送成功");
+
+  const ustring sender =
+      db_->scalar(u"SELECT e.FName FROM t_User u JOIN t_Emp e ON u.FEmpID=e.FItemID WHERE u.FName='王建国'").toString();
+  const ustring senderId =
+      db_->scalar(u"SELECT e.FMobilePhone FROM t_User u JOIN t_Emp e ON u.FEmpID=e.FItemID WHERE u.FName='王建国'")
+          .toString();
+  odbc::Result out = db_->query(
+      u"SELECT FMessageID, FTitle, FMsgType, FPropstr, FIsRevertible, FReceivers, FSenderID, FFuncNumber "
+      u"FROM dh_Outbox WHERE FMessageID>? ORDER BY FMessageID",
+      {Variant(lastMessage_)});
+  ASSERT_EQ(out.rows.size(), 1u);
+  const auto& row = out.rows[0];
+  EXPECT_EQ(u8(row[1].toString()), u8(message + u"--" + sender));
+  EXPECT_EQ(row[2].toI4(), 0);
+  EXPECT_NE(row[3].toString().find(props), ustring::npos) << u8(row[3].toString());
+  EXPECT_EQ(row[4].toI4(), 1);
+  EXPECT_EQ(u8(row[5].toString()), u8(receivers));
+  EXPECT_EQ(row[6].toString(), senderId);
+  EXPECT_EQ(row[7].toString(), u"YDSW");
+  odbc::Result each =
+      db_->query(u"SELECT COUNT(*) FROM dh_OutboxReceiver WHERE FMessageID=?", {row[0]});
+  int32_t entries = 0;
+  for (std::size_t i = 0, start = 0; i <= receivers.size(); ++i) {
+    if (i == receivers.size() || receivers[i] == u',') {
+      if (i > start) ++entries;
+      start = i + 1;
+    }
+  }
+  EXPECT_EQ(each.rows[0][0].toI4(), entries);
+
+  // The window stays open with everything in it; Esc, pressed as a user does,
+  // closes it and the closing is logged.
+  EXPECT_EQ(textOf(text), message);
+  EXPECT_EQ(u8(textOf(mobile)), u8(receivers));
+  pressKey(GetDlgItem(w, idFind), VK_ESCAPE);
+  EXPECT_FALSE(IsWindow(w));
+
+  std::vector<odbc::Result> raw;
+  auto log = audit(&raw);
+  ASSERT_EQ(log.size(), 3u);
+  EXPECT_EQ(log[0], std::make_pair(int32_t(1), ustring()));
+  EXPECT_EQ(log[1], std::make_pair(int32_t(5), ustring(u"发送短信")));
+  EXPECT_EQ(log[2], std::make_pair(int32_t(3), ustring()));
+  char machine[MAX_COMPUTERNAME_LENGTH + 1];
+  DWORD size = sizeof machine;
+  ASSERT_TRUE(GetComputerNameA(machine, &size));
+  for (auto& r : raw[0].rows) {
+    EXPECT_EQ(u8(r[2].toString()), std::string(machine));
+    EXPECT_FALSE(r[3].toString().empty());
+  }
+}
+
+TEST_F(SendWindow, EnterFindsThePersonTypedInTheSearchBox) {
+  signIn(u"王建国", u"chs");
+  HWND w = openWindow();
+  ASSERT_NE(w, nullptr);
+  const ustring name = db_->scalar(
+      u"SELECT t1.FName FROM t_Emp t1 JOIN t_Item t2 ON t1.FItemID=t2.FItemID JOIN t_Department d ON "
+      u"t1.FDepartmentID=d.FItemID WHERE t2.FDeleted=0 ORDER BY t1.FDepartmentID DESC, t1.FNumber LIMIT 1")
+                             .toString();
+  HWND find = GetDlgItem(w, idFind);
+  SetWindowTextW(find, wz(name));
+  SetFocus(find);
+  pressKey(find, VK_RETURN);
+  HWND tree = GetDlgItem(w, idDepartments);
+  HTREEITEM selected = TreeView_GetSelection(tree);
+  ASSERT_NE(selected, nullptr);
+  EXPECT_EQ(itemText(tree, selected).substr(0, name.size()), name);
+  EXPECT_EQ(GetFocus(), tree);
+}
+
+TEST_F(SendWindow, SpaceKeyTicksTheSelectedNodeAndTheDepartmentFollowsItsPeople) {
+  signIn(u"王建国", u"chs");
+  HWND w = openWindow();
+  ASSERT_NE(w, nullptr);
+  HWND tree = GetDlgItem(w, idDepartments);
+  HTREEITEM dept = rootItem(tree, 1);
+  ASSERT_NE(dept, nullptr);
+  TreeView_SelectItem(tree, dept);
+  SetFocus(tree);
+  pressKey(tree, VK_SPACE);
+  EXPECT_TRUE(itemChecked(tree, dept));
+  std::vector<HTREEITEM> people = children(tree, dept);
+  ASSERT_GE(people.size(), 2u);
+  for (HTREEITEM p : people) EXPECT_TRUE(itemChecked(tree, p));
+
+  // One person unticked unticks the department; ticked again with every sibling
+  // ticked, the department is ticked again.
+  TreeView_SelectItem(tree, people[0]);
+  pressKey(tree, VK_SPACE);
+  EXPECT_FALSE(itemChecked(tree, people[0]));
+  EXPECT_FALSE(itemChecked(tree, dept));
+  EXPECT_TRUE(itemChecked(tree, people[1]));
+  pressKey(tree, VK_SPACE);
+  EXPECT_TRUE(itemChecked(tree, people[0]));
+  EXPECT_TRUE(itemChecked(tree, dept));
+}
+
+TEST_F(SendWindow, DoubleClickOnAPersonAddsTheNumber) {
+  signIn(u"王建国", u"chs");
+  HWND w = openWindow();
+  ASSERT_NE(w, nullptr);
+  HWND tree = GetDlgItem(w, idDepartments);
+  HTREEITEM dept = rootItem(tree, 1);
+  TreeView_SelectItem(tree, dept);
+  SetFocus(tree);
+  pressKey(tree, VK_SPACE);  // loads the department
+  TreeView_Expand(tree, dept, TVE_EXPAND);
+  pump(100);
+  HTREEITEM person = children(tree, dept).at(1);
+  RECT r{};
+  std::memcpy(&r, &person, sizeof person);
+  ASSERT_TRUE(SendMessageW(tree, TVM_GETITEMRECT, TRUE, reinterpret_cast<LPARAM>(&r)));
+  const LPARAM at = MAKELPARAM(r.left + 4, (r.top + r.bottom) / 2);
+  PostMessageW(tree, WM_LBUTTONDOWN, MK_LBUTTON, at);
+  PostMessageW(tree, WM_LBUTTONUP, 0, at);
+  PostMessageW(tree, WM_LBUTTONDBLCLK, MK_LBUTTON, at);
+  PostMessageW(tree, WM_LBUTTONUP, 0, at);
+  pump(400);
+  const ustring text = itemText(tree, person);
+  const std::size_t open = text.find(u'(');
+  ASSERT_NE(open, ustring::npos);
+  const ustring number = text.substr(open + 1, text.size() - open - 2);
+  EXPECT_EQ(u8(textOf(GetDlgItem(w, idMobile))), u8(number));
+}
+
+TEST_F(SendWindow, EachCallOpensItsOwnWindow) {
+  signIn(u"王建国", u"chs");
+  HWND a = openWindow();
+  HWND b = openWindow();
+  ASSERT_NE(a, nullptr);
+  ASSERT_NE(b, nullptr);
+  EXPECT_NE(a, b);
+  SetWindowTextW(GetDlgItem(a, idMessage), L"甲");
+  EXPECT_EQ(textOf(GetDlgItem(b, idMessage)), u"");
+  // The group tab of one window leaves the other alone.
+  HWND tab = GetDlgItem(a, idTab);
+  TabCtrl_SetCurSel(tab, 1);
+  NMHDR nm{tab, static_cast<UINT_PTR>(idTab), static_cast<UINT>(TCN_SELCHANGE)};
+  SendMessageW(a, WM_NOTIFY, idTab, reinterpret_cast<LPARAM>(&nm));
+  EXPECT_TRUE(IsWindowVisible(GetDlgItem(a, idGroups)));
+  EXPECT_TRUE(IsWindowEnabled(GetDlgItem(a, idGroups)));
+  EXPECT_FALSE(IsWindowVisible(GetDlgItem(a, idDepartments)));
+  EXPECT_FALSE(IsWindowEnabled(GetDlgItem(a, idDepartments)));
+  EXPECT_GT(TreeView_GetCount(GetDlgItem(a, idGroups)), 0u);
+  EXPECT_EQ(TreeView_GetCount(GetDlgItem(b, idGroups)), 0u);
+  // Open windows keep the server loaded.
+  auto canUnload = exported<HRESULT(STDAPICALLTYPE*)()>(modules_.back(), "DllCanUnloadNow");
+  ASSERT_NE(canUnload, nullptr);
+  EXPECT_EQ(canUnload(), S_FALSE);
+  SendMessageW(a, WM_CLOSE, 0, 0);
+  EXPECT_FALSE(IsWindow(a));
+  EXPECT_TRUE(IsWindow(b));
+  EXPECT_EQ(canUnload(), S_FALSE);
+  SendMessageW(b, WM_CLOSE, 0, 0);
+  EXPECT_FALSE(IsWindow(b));
+  EXPECT_EQ(canUnload(), S_OK);
+  auto log = audit();
+  ASSERT_EQ(log.size(), 4u);
+  EXPECT_EQ(log[0].first, 1);
+  EXPECT_EQ(log[1].first, 1);
+  EXPECT_EQ(log[2].first, 3);
+  EXPECT_EQ(log[3].first, 3);
+}
+
+TEST_F(SendWindow, UserWithoutEmployeeIsRefusedAndGetsNoWindow) {
+  signIn(u"临时用户", u"chs");
+  std::vector<ustring> boxes;
+  {
+    BoxWatcher watch;
+    sendSms();
+    pump(100);
+    boxes = watch.boxes();
+  }
+  ASSERT_EQ(boxes.size(), 1u);
+  EXPECT_EQ(boxes[0], u"该用户没有关联职员，不能发送短信");
+  EXPECT_TRUE(sendWindows().empty());
+  EXPECT_TRUE(audit().empty());
+}
+
+TEST_F(SendWindow, GatewayFailureIsReportedNothingIsLoggedAndTheTextStays) {
+  signIn(u"王建国", u"chs");
+  HWND w = openWindow();
+  ASSERT_NE(w, nullptr);
+  db_->execute(
+      u"INSERT INTO dh_Switch (FComponent, FMethod, FMode) VALUES ('VtMobileOpen.MobileOpen', 'SendMessage', 'raise')");
+  HWND mobile = GetDlgItem(w, idMobile);
+  typeChars(mobile, u"13800000001");
+  typeChars(GetDlgItem(w, idMessage), u"仓库盘点改到周五");
+  std::vector<ustring> boxes;
+  {
+    BoxWatcher watch;
+    SendMessageW(GetDlgItem(w, idCmdSend), BM_CLICK, 0, 0);
+    pump(200);
+    boxes = watch.boxes();
+  }
+  ASSERT_EQ(boxes.size(), 1u);
+  EXPECT_EQ(boxes[0], u"短信平台连接失败");
+  EXPECT_EQ(textOf(GetDlgItem(w, idMessage)), u"仓库盘点改到周五");
+  EXPECT_EQ(textOf(mobile), u"13800000001");
+  EXPECT_EQ(db_->scalar(u"SELECT COUNT(*) FROM dh_Outbox WHERE FMessageID>?", {Variant(lastMessage_)}).toI4(), 0);
+  auto log = audit();
+  ASSERT_EQ(log.size(), 1u);
+  EXPECT_EQ(log[0].first, 1);
+}
+
+// Both tabs in the session's language (LUMO_SEND_LANGUAGE, chs by default: the
+// language is read once per process), saved as pictures when LUMO_SHOTS_DIR names
+// a folder.
+TEST_F(SendWindow, CaptionsFollowTheSessionLanguageOnBothTabs) {
+  const ustring language = env(L"LUMO_SEND_LANGUAGE").empty() ? ustring(u"chs") : env(L"LUMO_SEND_LANGUAGE");
+  {
+    signIn(u"王建国", language);
+    HWND w = openWindow();
+    ASSERT_NE(w, nullptr);
+    if (language == u"chs") {
+      EXPECT_EQ(textOf(w), u16(kTitle));
+      EXPECT_EQ(textOf(GetDlgItem(w, idCmdFind)), u"查找(&F)");
+    } else {
+      EXPECT_NE(textOf(w), u16(kTitle));
+      EXPECT_FALSE(textOf(w).empty());
+      EXPECT_NE(textOf(GetDlgItem(w, idCmdFind)), u"查找(&F)");
+    }
+    HWND tree = GetDlgItem(w, idDepartments);
+    clickCheckBox(tree, rootItem(tree, 1));
+    TreeView_Expand(tree, rootItem(tree, 1), TVE_EXPAND);
+    saveShot(w, u"send-" + language + u"-departments");
+    HWND tab = GetDlgItem(w, idTab);
+    TabCtrl_SetCurSel(tab, 1);
+    NMHDR nm{tab, static_cast<UINT_PTR>(idTab), static_cast<UINT>(TCN_SELCHANGE)};
+    SendMessageW(w, WM_NOTIFY, idTab, reinterpret_cast<LPARAM>(&nm));
+    EXPECT_TRUE(IsWindowVisible(GetDlgItem(w, idGroups)));
+    saveShot(w, u"send-" + language + u"-groups");
+    SendMessageW(w, WM_CLOSE, 0, 0);
+  }
+}
+
+}  // namespace
+}  // namespace lumo::sendtest

@@ -1,0 +1,222 @@
+#include "win32/check_tree.h"
+
+#include <vector>
+
+namespace lumo::win32 {
+
+namespace {
+struct SyncScope {
+  explicit SyncScope(int& depth) : depth_(depth) { ++depth_; }
+  ~SyncScope() { --depth_; }
+  int& depth_;
+};
+}  // namespace
+
+CheckTree::CheckTree(sms::TreeModel& model, CheckTreeListener& listener) : model_(model), listener_(listener) {}
+
+CheckTree::~CheckTree() {
+  model_.setObserver(nullptr);
+  if (hwnd_ && IsWindow(hwnd_)) RemoveWindowSubclass(hwnd_, &CheckTree::subclassProc, 1);
+}
+
+void CheckTree::create(HWND parent, int id) {
+  id_ = id;
+  hwnd_ = createControl(parent, WC_TREEVIEWW,
+                        WS_TABSTOP | WS_BORDER | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT | TVS_SHOWSELALWAYS |
+                            TVS_CHECKBOXES,
+                        WS_EX_CLIENTEDGE, id);
+  SetWindowSubclass(hwnd_, &CheckTree::subclassProc, 1, reinterpret_cast<DWORD_PTR>(this));
+  model_.setObserver(this);
+  SyncScope sync(syncing_);
+  // Whatever the model already holds, in insertion order (parents before children).
+  for (std::size_t p = 1; p <= model_.count(); ++p) insert(model_.at(p));
+}
+
+LRESULT CALLBACK CheckTree::subclassProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam, UINT_PTR, DWORD_PTR self) {
+  auto* tree = reinterpret_cast<CheckTree*>(self);
+  if (msg == WM_LBUTTONDOWN || msg == WM_LBUTTONDBLCLK) {
+    // The point of the click, whether the mouse or a program made it.
+    tree->lastButtonDown_.x = static_cast<short>(LOWORD(lParam));
+    tree->lastButtonDown_.y = static_cast<short>(HIWORD(lParam));
+  } else if (msg == WM_NCDESTROY) {
+    RemoveWindowSubclass(hwnd, &CheckTree::subclassProc, 1);
+    tree->hwnd_ = nullptr;
+  }
+  return DefSubclassProc(hwnd, msg, wParam, lParam);
+}
+
+HTREEITEM CheckTree::itemOf(sms::NodeId node) const {
+  auto it = items_.find(node);
+  return it == items_.end() ? nullptr : it->second;
+}
+
+sms::NodeId CheckTree::nodeOf(HTREEITEM item) const {
+  if (!item || !hwnd_) return sms::kNoNode;
+  TVITEMW tv{};
+  tv.mask = TVIF_PARAM | TVIF_HANDLE;
+  tv.hItem = item;
+  if (!TreeView_GetItem(hwnd_, &tv)) return sms::kNoNode;
+  const auto node = static_cast<sms::NodeId>(tv.lParam);
+  return model_.contains(node) ? node : sms::kNoNode;
+}
+
+void CheckTree::setItemCheck(HTREEITEM item, bool checked) {
+  TVITEMW tv{};
+  tv.mask = TVIF_STATE | TVIF_HANDLE;
+  tv.hItem = item;
+  tv.stateMask = TVIS_STATEIMAGEMASK;
+  tv.state = INDEXTOSTATEIMAGEMASK(checked ? 2 : 1);
+  TreeView_SetItem(hwnd_, &tv);
+}
+
+bool CheckTree::itemChecked(HTREEITEM item) const {
+  const UINT state = TreeView_GetItemState(hwnd_, item, TVIS_STATEIMAGEMASK);
+  return (state >> 12) == 2;
+}
+
+void CheckTree::insert(sms::NodeId node) {
+  if (!hwnd_) return;
+  const sms::NodeId parent = model_.parent(node);
+  TVINSERTSTRUCTW ins{};
+  ins.hParent = parent == sms::kNoNode ? TVI_ROOT : itemOf(parent);
+  if (!ins.hParent) return;
+  ins.hInsertAfter = TVI_LAST;
+  ustring text = model_.text(node);
+  ins.item.mask = TVIF_TEXT | TVIF_PARAM | TVIF_STATE;
+  ins.item.pszText = const_cast<wchar_t*>(wz(text));
+  ins.item.lParam = static_cast<LPARAM>(node);
+  ins.item.stateMask = TVIS_STATEIMAGEMASK;
+  ins.item.state = INDEXTOSTATEIMAGEMASK(model_.checked(node) ? 2 : 1);
+  HTREEITEM item = TreeView_InsertItem(hwnd_, &ins);
+  if (!item) return;
+  items_[node] = item;
+  // Some tree views reset the state image on insertion; set it again.
+  setItemCheck(item, model_.checked(node));
+}
+
+void CheckTree::nodeAdded(sms::NodeId node) {
+  SyncScope sync(syncing_);
+  insert(node);
+}
+
+void CheckTree::forget(sms::NodeId node) {
+  std::vector<sms::NodeId> stack{node};
+  while (!stack.empty()) {
+    const sms::NodeId n = stack.back();
+    stack.pop_back();
+    items_.erase(n);
+    for (sms::NodeId c = model_.firstChild(n); c != sms::kNoNode; c = model_.nextSibling(c)) stack.push_back(c);
+  }
+}
+
+void CheckTree::nodeRemoving(sms::NodeId node) {
+  SyncScope sync(syncing_);
+  HTREEITEM item = itemOf(node);
+  forget(node);
+  if (item && hwnd_) TreeView_DeleteItem(hwnd_, item);
+}
+
+void CheckTree::nodeChanged(sms::NodeId node) {
+  HTREEITEM item = itemOf(node);
+  if (!item || !hwnd_) return;
+  SyncScope sync(syncing_);
+  if (itemChecked(item) != model_.checked(node)) setItemCheck(item, model_.checked(node));
+  // While the control is expanding a node for the user it does so itself.
+  if (node != userExpanding_) {
+    const bool open = (TreeView_GetItemState(hwnd_, item, TVIS_EXPANDED) & TVIS_EXPANDED) != 0;
+    if (open != model_.expanded(node)) TreeView_Expand(hwnd_, item, model_.expanded(node) ? TVE_EXPAND : TVE_COLLAPSE);
+  }
+  const bool selected = TreeView_GetSelection(hwnd_) == item;
+  if (model_.selected(node) && !selected) {
+    TreeView_SelectItem(hwnd_, item);
+    TreeView_EnsureVisible(hwnd_, item);
+  }
+}
+
+void CheckTree::treeCleared() {
+  SyncScope sync(syncing_);
+  items_.clear();
+  if (hwnd_) TreeView_DeleteAllItems(hwnd_);
+}
+
+bool CheckTree::onNotify(const NMHDR& header, LRESULT* result) {
+  *result = 0;
+  switch (header.code) {
+    case TVN_ITEMEXPANDINGW: {
+      if (syncing_) return true;
+      const auto& nm = reinterpret_cast<const NMTREEVIEWW&>(header);
+      const sms::NodeId node = nodeOf(nm.itemNew.hItem);
+      if (node == sms::kNoNode) return true;
+      if (nm.action & TVE_EXPAND) {
+        userExpanding_ = node;
+        listener_.treeExpand(id_, node);
+        userExpanding_ = sms::kNoNode;
+      } else if (nm.action & TVE_COLLAPSE) {
+        userExpanding_ = node;
+        listener_.treeCollapse(id_, node);
+        userExpanding_ = sms::kNoNode;
+      }
+      return true;
+    }
+    case TVN_SELCHANGEDW: {
+      if (syncing_) return true;
+      const auto& nm = reinterpret_cast<const NMTREEVIEWW&>(header);
+      const sms::NodeId node = nodeOf(nm.itemNew.hItem);
+      if (node != sms::kNoNode && !model_.selected(node)) listener_.treeClick(id_, node);
+      return true;
+    }
+    case NM_CLICK: {
+      TVHITTESTINFO hit{};
+      hit.pt = lastButtonDown_;
+      HTREEITEM item = TreeView_HitTest(hwnd_, &hit);
+      if (item && (hit.flags & TVHT_ONITEMSTATEICON))
+        PostMessageW(GetParent(hwnd_), kPendingCheck, static_cast<WPARAM>(id_), reinterpret_cast<LPARAM>(item));
+      return true;
+    }
+    case NM_DBLCLK: {
+      TVHITTESTINFO hit{};
+      hit.pt = lastButtonDown_;
+      HTREEITEM item = TreeView_HitTest(hwnd_, &hit);
+      if (item && (hit.flags & TVHT_ONITEM) && !(hit.flags & TVHT_ONITEMSTATEICON)) {
+        const sms::NodeId node = nodeOf(item);
+        if (node != sms::kNoNode && !model_.selected(node)) listener_.treeClick(id_, node);
+        listener_.treeDoubleClick(id_);
+      }
+      return true;
+    }
+    case TVN_KEYDOWN: {
+      const auto& nm = reinterpret_cast<const NMTVKEYDOWN&>(header);
+      if (nm.wVKey == VK_SPACE) {
+        HTREEITEM item = TreeView_GetSelection(hwnd_);
+        if (item)
+          PostMessageW(GetParent(hwnd_), kPendingCheck, static_cast<WPARAM>(id_) | 0x10000u,
+                       reinterpret_cast<LPARAM>(item));
+        *result = 1;  // no incremental search on the blank
+      }
+      return true;
+    }
+    default:
+      return false;
+  }
+}
+
+void CheckTree::onPendingCheck(LPARAM lParam, bool fromKey) {
+  if (!hwnd_) return;
+  auto item = reinterpret_cast<HTREEITEM>(lParam);
+  const sms::NodeId node = nodeOf(item);
+  if (node == sms::kNoNode || itemOf(node) != item) return;
+  const bool shown = itemChecked(item);
+  if (shown != model_.checked(node)) {
+    listener_.treeCheck(id_, node, shown);
+  } else if (fromKey) {
+    // The control left the box alone on the key: the key toggles it.
+    listener_.treeCheck(id_, node, !shown);
+  }
+  // The model decides; the control shows what it decided.
+  SyncScope sync(syncing_);
+  if (model_.contains(node)) {
+    if (HTREEITEM again = itemOf(node)) setItemCheck(again, model_.checked(node));
+  }
+}
+
+}  // namespace lumo::win32

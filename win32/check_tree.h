@@ -1,0 +1,80 @@
+// A check-box tree view that mirrors a TreeModel and reports what the user does.
+//
+// The model holds every state: the control is rebuilt from it through the
+// model's observer and only forwards user actions (expanding, collapsing,
+// clicking, ticking a box, double-clicking) to its listener, which decides.
+//
+// Ticking a box: Wine's tree view sends no TVN_ITEMCHANGING/TVN_ITEMCHANGED and
+// reports NM_CLICK before the box changes, so a click on the state icon (found by
+// hit-testing the button-down point) and the space key post a message to
+// ourselves; when it arrives the control's box is compared with the model.
+#pragma once
+
+#include <windows.h>
+#include <commctrl.h>
+
+#include <unordered_map>
+
+#include "sms/tree_model.h"
+#include "win32/controls.h"
+
+namespace lumo::win32 {
+
+class CheckTreeListener {
+ public:
+  virtual ~CheckTreeListener() = default;
+  virtual void treeExpand(int treeId, sms::NodeId node) = 0;
+  virtual void treeCollapse(int treeId, sms::NodeId node) = 0;
+  virtual void treeClick(int treeId, sms::NodeId node) = 0;
+  virtual void treeCheck(int treeId, sms::NodeId node, bool checked) = 0;
+  virtual void treeDoubleClick(int treeId) = 0;
+};
+
+class CheckTree final : private sms::TreeObserver {
+ public:
+  // The message posted to the parent for a pending check: wParam the control id,
+  // lParam the HTREEITEM; the parent hands it to onPendingCheck.
+  static constexpr UINT kPendingCheck = WM_APP + 0x31;
+
+  CheckTree(sms::TreeModel& model, CheckTreeListener& listener);
+  CheckTree(const CheckTree&) = delete;
+  CheckTree& operator=(const CheckTree&) = delete;
+  ~CheckTree() override;
+
+  // Creates the control (hidden) and fills it from the model.
+  void create(HWND parent, int id);
+  HWND hwnd() const { return hwnd_; }
+  int id() const { return id_; }
+
+  // WM_NOTIFY from the control; sets *result and returns true when handled.
+  bool onNotify(const NMHDR& header, LRESULT* result);
+  void onPendingCheck(LPARAM item, bool fromKey);
+
+  HTREEITEM itemOf(sms::NodeId node) const;
+  sms::NodeId nodeOf(HTREEITEM item) const;
+
+ private:
+  void nodeAdded(sms::NodeId node) override;
+  void nodeRemoving(sms::NodeId node) override;
+  void nodeChanged(sms::NodeId node) override;
+  void treeCleared() override;
+
+  void insert(sms::NodeId node);
+  void forget(sms::NodeId node);
+  void setItemCheck(HTREEITEM item, bool checked);
+  bool itemChecked(HTREEITEM item) const;
+
+  static LRESULT CALLBACK subclassProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam, UINT_PTR id, DWORD_PTR self);
+
+  sms::TreeModel& model_;
+  CheckTreeListener& listener_;
+  HWND hwnd_ = nullptr;
+  int id_ = 0;
+  std::unordered_map<sms::NodeId, HTREEITEM> items_;
+  POINT lastButtonDown_{-1, -1};
+  // Changes made from the model are not the user's: their notifications are ignored.
+  int syncing_ = 0;
+  sms::NodeId userExpanding_ = sms::kNoNode;
+};
+
+}  // namespace lumo::win32

@@ -1,0 +1,76 @@
+#include "win32/controls.h"
+
+#include <vector>
+
+#include "automation/error.h"
+
+namespace lumo::win32 {
+
+ustring fromWide(const wchar_t* s, std::size_t n) { return ustring(reinterpret_cast<const char16_t*>(s), n); }
+
+ustring windowText(HWND hwnd) {
+  const int n = GetWindowTextLengthW(hwnd);
+  if (n <= 0) return {};
+  std::vector<wchar_t> buf(static_cast<std::size_t>(n) + 1);
+  const int got = GetWindowTextW(hwnd, buf.data(), n + 1);
+  return fromWide(buf.data(), static_cast<std::size_t>(got > 0 ? got : 0));
+}
+
+void setWindowText(HWND hwnd, const ustring& text) { SetWindowTextW(hwnd, wz(text)); }
+
+UINT windowDpi(HWND hwnd) {
+  using GetDpiForWindowFn = UINT(WINAPI*)(HWND);
+  static const auto getDpiForWindow = reinterpret_cast<GetDpiForWindowFn>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"user32.dll"), "GetDpiForWindow")));
+  if (getDpiForWindow && hwnd) {
+    const UINT dpi = getDpiForWindow(hwnd);
+    if (dpi) return dpi;
+  }
+  HDC dc = GetDC(hwnd);
+  const int dpi = dc ? GetDeviceCaps(dc, LOGPIXELSY) : 96;
+  if (dc) ReleaseDC(hwnd, dc);
+  return dpi > 0 ? static_cast<UINT>(dpi) : 96;
+}
+
+Font messageFont(UINT dpi) {
+  NONCLIENTMETRICSW metrics{};
+  metrics.cbSize = sizeof metrics;
+  LOGFONTW lf{};
+  if (SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0)) {
+    lf = metrics.lfMessageFont;
+    // The metrics are given at the system's DPI; rescale them to the window's.
+    HDC dc = GetDC(nullptr);
+    const int systemDpi = dc ? GetDeviceCaps(dc, LOGPIXELSY) : 96;
+    if (dc) ReleaseDC(nullptr, dc);
+    if (systemDpi > 0) lf.lfHeight = MulDiv(lf.lfHeight, static_cast<int>(dpi), systemDpi);
+  } else {
+    lf.lfHeight = -MulDiv(9, static_cast<int>(dpi), 72);
+    lf.lfCharSet = DEFAULT_CHARSET;
+    lstrcpynW(lf.lfFaceName, L"MS Shell Dlg 2", LF_FACESIZE);
+  }
+  return Font(CreateFontIndirectW(&lf));
+}
+
+void throwLastError(const char16_t* what) {
+  const DWORD code = GetLastError();
+  wchar_t* text = nullptr;
+  FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                 code, 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
+  ustring description = ustring(what) + u": ";
+  if (text) {
+    description += trim(fromWide(text, wcslen(text)));
+    LocalFree(text);
+  } else {
+    description += u"system error " + fromUtf8(std::to_string(code));
+  }
+  throw Error(static_cast<int32_t>(code ? HRESULT_FROM_WIN32(code) : E_FAIL), description);
+}
+
+HWND createControl(HWND parent, const wchar_t* className, DWORD style, DWORD exStyle, int id, const ustring& text) {
+  HWND h = CreateWindowExW(exStyle, className, wz(text), WS_CHILD | style, 0, 0, 0, 0, parent,
+                           reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr), nullptr);
+  if (!h) throwLastError(u"CreateWindowEx");
+  return h;
+}
+
+}  // namespace lumo::win32
