@@ -123,9 +123,8 @@ class PreviewWindow {
     InvalidateRect(hwnd_, nullptr, FALSE);
   }
   void updateCaption() {
-    // 打印预览 - 第 n 页 / 共 m 页
-    const std::wstring caption = wide(loadVtString(u"打印预览")) + L" - \x7b2c " + std::to_wstring(current_ + 1) +
-                                 L" \x9875 / \x5171 " + std::to_wstring(layout_.pageCount()) + L" \x9875";
+    const std::wstring caption =
+        wide(loadVtString(u"打印预览")) + L" - " + pageNumberText(current_ + 1, layout_.pageCount());
     SetWindowTextW(hwnd_, caption.c_str());
     SCROLLINFO si{sizeof si, SIF_RANGE | SIF_POS | SIF_PAGE, 0, layout_.pageCount() - 1, 1, current_, 0};
     SetScrollInfo(hwnd_, SB_VERT, &si, TRUE);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string>
 
+#include "host/language.h"
+
 namespace lumo::display::win {
 
 namespace {
@@ -118,13 +120,17 @@ void PageLayout::draw(HDC dc, int32_t page) const {
       y += lineHeight_;
     }
     hline(y);
-    std::wstring footer = L"\x7b2c " + std::to_wstring(page + 1) + L" \x9875 / \x5171 " + std::to_wstring(pages_) +
-                          L" \x9875";  // 第 n 页 / 共 m 页
+    const std::wstring footer = pageNumberText(page + 1, pages_);
     RECT r{left, page_.height - margin_ - lineHeight_, right, page_.height - margin_};
     DrawTextW(dc, footer.c_str(), static_cast<int>(footer.size()), &r, DT_CENTER | DT_SINGLELINE | DT_NOPREFIX);
   }
   SelectObject(dc, oldPen);
   DeleteObject(pen);
+}
+
+std::wstring pageNumberText(int32_t page, int32_t pages) {
+  const ustring text = formatResString(u"第 %1 页 / 共 %2 页", {Variant(page), Variant(pages)});
+  return std::wstring(text.begin(), text.end());
 }
 
 }  // namespace lumo::display::win

@@ -4,6 +4,8 @@
 // printer page.
 #pragma once
 
+#include <string>
+
 #include <windows.h>
 
 #include <cstdint>
@@ -11,6 +13,9 @@
 #include "display/list_model.h"
 
 namespace lumo::display::win {
+
+// "第 n 页 / 共 m 页" in the session's language, for the page footer and the preview's caption.
+std::wstring pageNumberText(int32_t page, int32_t pages);
 
 struct PageMetrics {
   int width = 0, height = 0;  // the page in device pixels
