@@ -300,24 +300,35 @@ class DisplayWindow final : public DisplayerView {
     font_ = font;
     applyFont();
   }
-  void printList() override {
+  // The system's print dialog with the given flags, after making sure a printer
+  // exists at all; false (with the no-printer message where due) when there is
+  // nothing to do. The caller frees what a successful dialog returns.
+  bool printDialog(DWORD flags, PRINTDLGW& pd) {
     HWND owner = ensureWindow();
     if (!printerInstalled()) {
       noPrinterMessage(owner);
-      return;
+      return false;
     }
-    PRINTDLGW pd{};
+    pd = PRINTDLGW{};
     pd.lStructSize = sizeof pd;
     pd.hwndOwner = owner;
-    pd.Flags = PD_RETURNDC | PD_NOSELECTION | PD_NOPAGENUMS;
+    pd.Flags = flags;
     if (!PrintDlgW(&pd)) {
       if (CommDlgExtendedError() != 0) noPrinterMessage(owner);  // a cancel is no error
-      return;
+      return false;
     }
-    printOn(pd.hDC);
-    DeleteDC(pd.hDC);
+    return true;
+  }
+  static void releasePrintDialog(PRINTDLGW& pd) {
+    if (pd.hDC) DeleteDC(pd.hDC);
     if (pd.hDevMode) GlobalFree(pd.hDevMode);
     if (pd.hDevNames) GlobalFree(pd.hDevNames);
+  }
+  void printList() override {
+    PRINTDLGW pd{};
+    if (!printDialog(PD_RETURNDC | PD_NOSELECTION | PD_NOPAGENUMS, pd)) return;
+    printOn(pd.hDC);
+    releasePrintDialog(pd);
   }
   void previewList() override {
     HWND owner = ensureWindow();
@@ -325,21 +336,8 @@ class DisplayWindow final : public DisplayerView {
     preview_ = std::make_unique<PreviewWindow>(presenter_.list(), printTitle(), hfont_, owner);
   }
   void printSetup() override {
-    HWND owner = ensureWindow();
-    if (!printerInstalled()) {
-      noPrinterMessage(owner);
-      return;
-    }
     PRINTDLGW pd{};
-    pd.lStructSize = sizeof pd;
-    pd.hwndOwner = owner;
-    pd.Flags = PD_PRINTSETUP;
-    if (!PrintDlgW(&pd)) {
-      if (CommDlgExtendedError() != 0) noPrinterMessage(owner);
-      return;
-    }
-    if (pd.hDevMode) GlobalFree(pd.hDevMode);
-    if (pd.hDevNames) GlobalFree(pd.hDevNames);
+    if (printDialog(PD_PRINTSETUP, pd)) releasePrintDialog(pd);
   }
 
   // ---- dialogs ------------------------------------------------------------------------------------
