@@ -5,12 +5,28 @@
 #include "com/dual.h"
 #include "com/module.h"
 #include "com/typelib.h"
-#include "host/language.h"
-#include "host/services.h"
+#include "host/commands.h"
+#include "host/rights.h"
 #include "sms/win/frm_send_sms.h"
 
 namespace lumo::com {
 namespace {
+
+// The send window as a command sees it. It is always modeless: once shown, the
+// window owns the form and this wrapper lets go of it.
+class SendSmsWindow final : public CommandWindow {
+ public:
+  SendSmsWindow() : form_(std::make_unique<sms::win::FrmSendSms>()) {
+    // An open window keeps the server loaded, like any live object of ours.
+    objectCreated();
+    form_->setOnDestroyed(objectDestroyed);
+  }
+  bool isRelateEmp() override { return form_->presenter().isRelateEmp(); }
+  void show(bool) override { sms::win::FrmSendSms::show(std::move(form_)); }
+
+ private:
+  std::unique_ptr<sms::win::FrmSendSms> form_;
+};
 
 class SmsManagerObject final : public DualObject<_clsSmsManager> {
  public:
@@ -18,24 +34,20 @@ class SmsManagerObject final : public DualObject<_clsSmsManager> {
 
   HRESULT STDMETHODCALLTYPE SetUserMobile() override { return unavailable(u"SetUserMobile"); }
   HRESULT STDMETHODCALLTYPE SetAllMobile() override { return unavailable(u"SetAllMobile"); }
-  // A fresh send window per call, shown modeless with no owner; it lives on by
-  // itself after the call returns. A user bound to no employee is refused.
   HRESULT STDMETHODCALLTYPE SendSms() override {
-    return run(u"SendSms", [] {
-      auto form = std::make_unique<sms::win::FrmSendSms>();
-      // An open window keeps the server loaded, like any live object of ours.
-      objectCreated();
-      form->setOnDestroyed(objectDestroyed);
-      if (!form->presenter().isRelateEmp()) {
-        showHostMessage(loadVtString(u"该用户没有关联职员，不能发送短信"));
-        return;
-      }
-      sms::win::FrmSendSms::show(std::move(form));
-    });
+    return run(u"SendSms", [] { runCommand(Command::SendSms, [] { return std::make_unique<SendSmsWindow>(); }); });
   }
   HRESULT STDMETHODCALLTYPE SmsManager(BSTR) override { return unavailable(u"SmsManager"); }
   HRESULT STDMETHODCALLTYPE UserSms(BSTR) override { return unavailable(u"UserSms"); }
   HRESULT STDMETHODCALLTYPE ShowSmsLog() override { return unavailable(u"ShowSmsLog"); }
+
+ private:
+  // Kept for windows that check a right of their own; it never fails and answers
+  // false whenever the right cannot be confirmed.
+  [[maybe_unused]] static bool AccessCheck(const ustring& props, int32_t objectType, int32_t objectID,
+                                           int32_t accessMask) {
+    return accessCheck(props, objectType, objectID, accessMask);
+  }
 };
 
 }  // namespace
