@@ -594,6 +594,83 @@ TEST_F(SendWindow, UserWithoutEmployeeIsRefusedAndGetsNoWindow) {
   EXPECT_EQ(boxes[0], u"该用户没有关联职员，不能发送短信");
   EXPECT_TRUE(sendWindows().empty());
   EXPECT_TRUE(audit().empty());
+  // The window that was asked and never shown is gone: nothing keeps the server.
+  auto canUnload = exported<HRESULT(STDAPICALLTYPE*)()>(modules_.back(), "DllCanUnloadNow");
+  ASSERT_NE(canUnload, nullptr);
+  EXPECT_EQ(canUnload(), S_OK);
+}
+
+// Alt with the underlined letter presses the button, wherever the focus is.
+TEST_F(SendWindow, AltLettersPressFindFindNextAndSend) {
+  signIn(u"王建国", u"chs");
+  HWND w = openWindow();
+  ASSERT_NE(w, nullptr);
+  HWND message = GetDlgItem(w, idMessage);
+  HWND tree = GetDlgItem(w, idDepartments);
+  SetWindowTextW(GetDlgItem(w, idFind), L"张");
+  auto alt = [&](wchar_t letter) {
+    SetFocus(message);
+    PostMessageW(message, WM_SYSCHAR, letter, 1 << 29);
+    pump(300);
+  };
+  alt(L'f');
+  HTREEITEM first = TreeView_GetSelection(tree);
+  ASSERT_NE(first, nullptr);
+  EXPECT_NE(itemText(tree, first).find(u"张"), ustring::npos);
+  alt(L'n');
+  HTREEITEM second = TreeView_GetSelection(tree);
+  ASSERT_NE(second, nullptr);
+  EXPECT_NE(second, first);
+  EXPECT_NE(itemText(tree, second).find(u"张"), ustring::npos);
+
+  std::vector<ustring> boxes;
+  {
+    BoxWatcher watch;
+    alt(L's');  // nothing to send yet: the window says what is missing
+    boxes = watch.boxes();
+  }
+  ASSERT_EQ(boxes.size(), 1u);
+  EXPECT_EQ(boxes[0], u"必须输入短信内容和接收号码");
+}
+
+// Moved to a denser monitor, the window takes the suggested rectangle and its
+// controls and font grow with the density; moved back, they shrink again.
+TEST_F(SendWindow, DensityChangeRescalesControlsAndFont) {
+  signIn(u"王建国", u"chs");
+  HWND w = openWindow();
+  ASSERT_NE(w, nullptr);
+  HWND send = GetDlgItem(w, idCmdSend);
+  auto height = [](HWND h) {
+    RECT r;
+    GetWindowRect(h, &r);
+    return r.bottom - r.top;
+  };
+  auto fontHeight = [](HWND h) {
+    LOGFONTW lf{};
+    GetObjectW(reinterpret_cast<HFONT>(SendMessageW(h, WM_GETFONT, 0, 0)), sizeof lf, &lf);
+    return lf.lfHeight < 0 ? -lf.lfHeight : lf.lfHeight;
+  };
+  RECT before;
+  GetWindowRect(w, &before);
+  const int buttonBefore = height(send), fontBefore = fontHeight(send);
+  ASSERT_GT(buttonBefore, 0);
+  ASSERT_GT(fontBefore, 0);
+
+  RECT denser{before.left, before.top, before.left + (before.right - before.left) * 3 / 2,
+              before.top + (before.bottom - before.top) * 3 / 2};
+  SendMessageW(w, 0x02E0 /* WM_DPICHANGED */, MAKEWPARAM(144, 144), reinterpret_cast<LPARAM>(&denser));
+  pump(100);
+  RECT now;
+  GetWindowRect(w, &now);
+  EXPECT_EQ(now.right - now.left, denser.right - denser.left);
+  EXPECT_EQ(now.bottom - now.top, denser.bottom - denser.top);
+  EXPECT_NEAR(height(send), buttonBefore * 3 / 2, 2);
+  EXPECT_NEAR(fontHeight(send), fontBefore * 3 / 2, 2);
+
+  SendMessageW(w, 0x02E0, MAKEWPARAM(96, 96), reinterpret_cast<LPARAM>(&before));
+  pump(100);
+  EXPECT_EQ(height(send), buttonBefore);
+  EXPECT_EQ(fontHeight(send), fontBefore);
 }
 
 TEST_F(SendWindow, GatewayFailureIsReportedNothingIsLoggedAndTheTextStays) {
