@@ -1,5 +1,7 @@
 #include "win32/controls.h"
 
+#include <algorithm>
+#include <iterator>
 #include <vector>
 
 #include "automation/error.h"
@@ -32,7 +34,7 @@ UINT windowDpi(HWND hwnd) {
   return dpi > 0 ? static_cast<UINT>(dpi) : 96;
 }
 
-Font messageFont(UINT dpi) {
+Font messageFont(UINT dpi, const ustring& face, int charset) {
   NONCLIENTMETRICSW metrics{};
   metrics.cbSize = sizeof metrics;
   LOGFONTW lf{};
@@ -48,7 +50,33 @@ Font messageFont(UINT dpi) {
     lf.lfCharSet = DEFAULT_CHARSET;
     lstrcpynW(lf.lfFaceName, L"MS Shell Dlg 2", LF_FACESIZE);
   }
+  if (!face.empty() && face.size() < LF_FACESIZE) {
+    std::fill(std::begin(lf.lfFaceName), std::end(lf.lfFaceName), L'\0');
+    std::copy(face.begin(), face.end(), lf.lfFaceName);
+    lf.lfCharSet = static_cast<BYTE>(charset);
+  }
   return Font(CreateFontIndirectW(&lf));
+}
+
+FormFont::FormFont() : font_(std::make_shared<DynamicObject>(u"Font")) {
+  font_->property(u"Name", ustring()).property(u"Charset", int16_t(DEFAULT_CHARSET));
+  auto form = std::make_shared<DynamicObject>(u"Form");
+  form->property(u"Font", Variant(ObjectPtr(font_)));
+  form_ = std::move(form);
+}
+
+ustring FormFont::face() const {
+  const Variant& v = font_->propertyValue(u"Name");
+  return v.isString() ? v.toString() : ustring();
+}
+
+int FormFont::charset() const {
+  try {
+    const int32_t c = font_->propertyValue(u"Charset").toI4();
+    return c >= 0 && c <= 255 ? c : DEFAULT_CHARSET;
+  } catch (const Error&) {
+    return DEFAULT_CHARSET;
+  }
 }
 
 void throwLastError(const char16_t* what) {

@@ -5,6 +5,7 @@
 #include <windows.h>
 #include <commctrl.h>
 
+#include "automation/object.h"
 #include "automation/text.h"
 
 namespace lumo::win32 {
@@ -48,8 +49,24 @@ class Font {
   HFONT font_ = nullptr;
 };
 
-// The system's message font at 'dpi' (what dialogs use).
-Font messageFont(UINT dpi);
+// The system's message font at 'dpi' (what dialogs use), or the same size in the
+// face and character set a host chose (an empty face keeps the system's).
+Font messageFont(UINT dpi, const ustring& face = {}, int charset = DEFAULT_CHARSET);
+
+// A window's font as the host's form-font service reaches it: a form object whose
+// Font has Name and Charset, read and written late-bound. The window builds its
+// font from what the service left there.
+class FormFont {
+ public:
+  FormFont();
+  ObjectPtr form() const { return form_; }
+  ustring face() const;
+  int charset() const;
+
+ private:
+  std::shared_ptr<DynamicObject> font_;
+  ObjectPtr form_;
+};
 
 class ImageList {
  public:

@@ -130,6 +130,13 @@ ustring fontFor(const ustring& language) {
   return u"宋体";
 }
 
+int16_t charsetFor(const ustring& language) {
+  ustring l = normalLanguage(language);
+  if (l == u"cht") return 136;  // Chinese (traditional)
+  if (l == u"en") return 0;     // Western
+  return 134;                   // Chinese (simplified)
+}
+
 class FrmResLoader : public Component {
  public:
   FrmResLoader(ustring progId, DbPtr database, DbError err)
@@ -141,9 +148,19 @@ class FrmResLoader : public Component {
       arg(a, 0, u"LoadFrmResStrings");
       return Variant();
     });
+    // A form that shows its Font gets the language's face and character set, as
+    // the host's own forms do; the name is the answer either way.
     method(u"SetFrmFont", Answer::Text, [this](Args& a) {
-      arg(a, 0, u"SetFrmFont");
-      return Variant(fontFor(a.size() > 1 ? textArg(a, 1, u"SetFrmFont") : ustring()));
+      const Variant& form = arg(a, 0, u"SetFrmFont");
+      const ustring language = a.size() > 1 ? textArg(a, 1, u"SetFrmFont") : ustring();
+      const ObjectPtr formObject = form.isObject() ? form.toObject() : nullptr;
+      if (formObject && formObject->hasMember(u"Font")) {
+        if (ObjectPtr font = formObject->get(u"Font").toObject()) {
+          font->put(u"Name", fontFor(language));
+          font->put(u"Charset", charsetFor(language));
+        }
+      }
+      return Variant(fontFor(language));
     });
     method(u"GetLumoFontProps", Answer::Text,
            [this](Args& a) { return Variant(fontFor(a.empty() ? ustring() : textArg(a, 0, u"GetLumoFontProps"))); });

@@ -344,6 +344,23 @@ TEST_F(DevHost, FormResourceLoaderRecordsTheCallAndNamesFonts) {
   EXPECT_EQ(frm->call(u"GetLumoFontProps", {ustring(u"en")}), Variant(u"Tahoma"));
 }
 
+TEST_F(DevHost, FormResourceLoaderSetsTheFontOfAFormThatShowsOne) {
+  ObjectPtr frm = create(u"FrmRes.FrmResLoader");
+  auto font = std::make_shared<DynamicObject>(u"Font");
+  font->property(u"Name", ustring(u"Arial")).property(u"Charset", int16_t(1));
+  auto form = std::make_shared<DynamicObject>(u"Form");
+  form->property(u"Font", Variant(ObjectPtr(font)));
+  EXPECT_EQ(frm->call(u"SetFrmFont", {Variant(ObjectPtr(form)), ustring(u"cht")}), Variant(u"新細明體"));
+  EXPECT_EQ(font->propertyValue(u"Name"), Variant(u"新細明體"));
+  EXPECT_EQ(font->propertyValue(u"Charset").toI4(), 136);
+  frm->call(u"SetFrmFont", {Variant(ObjectPtr(form)), ustring(u"en")});
+  EXPECT_EQ(font->propertyValue(u"Name"), Variant(u"Tahoma"));
+  EXPECT_EQ(font->propertyValue(u"Charset").toI4(), 0);
+  frm->call(u"SetFrmFont", {Variant(ObjectPtr(form)), ustring(u"chs")});
+  EXPECT_EQ(font->propertyValue(u"Name"), Variant(u"宋体"));
+  EXPECT_EQ(font->propertyValue(u"Charset").toI4(), 134);
+}
+
 // --- audit log -----------------------------------------------------------------
 
 TEST_F(DevHost, WriteLogReturnsOneAndWritesAnAuditRow) {

@@ -200,6 +200,7 @@ INT_PTR FrmSendSms::handle(UINT msg, WPARAM wParam, LPARAM lParam) {
                    w, h, SWP_NOZORDER | SWP_NOACTIVATE);
       windowOpened(hwnd_);
       forward([&] { presenter_.formLoad(); });
+      applyFont();  // the host's form-font service may have chosen a face
       layout();
       SetFocus(find_);
       return FALSE;  // focus set here
@@ -370,7 +371,7 @@ void FrmSendSms::createControls() {
 }
 
 void FrmSendSms::applyFont() {
-  font_ = win32::messageFont(dpi_);
+  font_ = win32::messageFont(dpi_, formFont_.face(), formFont_.charset());
   if (!font_.get()) return;
   for (HWND c = GetWindow(hwnd_, GW_CHILD); c; c = GetWindow(c, GW_HWNDNEXT))
     SendMessageW(c, WM_SETFONT, reinterpret_cast<WPARAM>(font_.get()), TRUE);

@@ -76,6 +76,7 @@ class FrmSendSms final : public SendSmsView, private win32::CheckTreeListener {
   void setToolTip(Control control, const ustring& text) override;
   void focusTree(Tree tree) override;
   void close() override;
+  ObjectPtr formObject() override { return formFont_.form(); }
 
  private:
   // CheckTreeListener
@@ -109,6 +110,7 @@ class FrmSendSms final : public SendSmsView, private win32::CheckTreeListener {
   HWND mobile_ = nullptr, lblInfo_ = nullptr, cmdClearMobile_ = nullptr, faRecevie_ = nullptr, faContent_ = nullptr;
   HWND message_ = nullptr, lblSms_ = nullptr, cmdClear_ = nullptr, chkRestore_ = nullptr, cmdSend_ = nullptr;
   HWND cmdCancel_ = nullptr, frame1_ = nullptr, tooltip_ = nullptr;
+  win32::FormFont formFont_;  // what the host's form-font service chose
   win32::Font font_;
   UINT dpi_ = 96;
   int silent_ = 0;  // texts set by the program raise no change event

@@ -708,6 +708,11 @@ TEST_F(SendWindow, CaptionsFollowTheSessionLanguageOnBothTabs) {
     signIn(u"王建国", language);
     HWND w = openWindow();
     ASSERT_NE(w, nullptr);
+    // The host's form-font service chose the language's face for every control.
+    LOGFONTW lf{};
+    GetObjectW(reinterpret_cast<HFONT>(SendMessageW(GetDlgItem(w, idCmdSend), WM_GETFONT, 0, 0)), sizeof lf, &lf);
+    EXPECT_EQ(u16(lf.lfFaceName), language == u"chs" ? ustring(u"宋体") : ustring(u"Tahoma"));
+    EXPECT_EQ(lf.lfCharSet, language == u"chs" ? 134 : 0);
     if (language == u"chs") {
       EXPECT_EQ(textOf(w), u16(kTitle));
       EXPECT_EQ(textOf(GetDlgItem(w, idCmdFind)), u"查找(&F)");
