@@ -5,8 +5,13 @@
 #include <memory>
 #include <string>
 
+#include "display/ledger.h"
 #include "display/save_file.h"
 #include "display_test.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 namespace lumo::display::test {
 namespace {
@@ -146,6 +151,26 @@ TEST_F(SaveFileTest, AReadOnlyTargetRaisesAndKeepsItsContent) {
   EXPECT_EQ(errorNumberOf([&] { f.writeTo(u"x"); }), 91);
   EXPECT_EQ(readBytes(file("ro.ldg")), "precious\r\n");
 }
+
+#ifdef _WIN32
+// Only Windows lets a program keep others away from a file it holds open.
+TEST_F(SaveFileTest, ATargetHeldOpenWithoutSharingRaisesPermissionDeniedAndKeepsItsContent) {
+  const std::wstring name = file("held.ldg").wstring();
+  HANDLE held = CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                            FILE_ATTRIBUTE_NORMAL, nullptr);
+  ASSERT_NE(INVALID_HANDLE_VALUE, held);
+  DWORD written = 0;
+  ASSERT_TRUE(WriteFile(held, "precious\r\n", 10, &written, nullptr));
+  SaveFile f;
+  f.setAction(action::SaveFile);
+  EXPECT_EQ(errorNumberOf([&] { f.setFileName(path("held.ldg")); }), 70);
+  EXPECT_EQ(errorNumberOf([&] { f.writeTo(u"x"); }), 91);
+  const ListModel list;
+  EXPECT_EQ(errorNumberOf([&] { saveLedger(path("held.ldg"), list); }), 70) << "the window's save path too";
+  CloseHandle(held);
+  EXPECT_EQ(readBytes(file("held.ldg")), "precious\r\n");
+}
+#endif
 
 TEST_F(SaveFileTest, WriteErrorsRaiseDeviceIoErrorAndNothingCountsAsWritten) {
   auto out = std::make_shared<std::string>();

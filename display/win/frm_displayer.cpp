@@ -276,15 +276,33 @@ class DisplayWindow final : public DisplayerView {
   void setListColumnAlignment(int32_t col, int32_t) override { applyColumn(col); }
   void setListHeaderText(int32_t col, const ustring&) override { applyColumn(col); }
   void setListRowCount(int32_t rows) override {
-    if (list_) ListView_SetItemCountEx(list_, std::max(0, rows - 1), LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
+    if (!list_) return;
+    const int items = std::max(0, rows - 1);
+    ListView_SetItemCountEx(list_, items, LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
+    // Items that went took their marks with them.
+    if (selectedItem_ >= items) selectedItem_ = -1;
+    if (focusedItem_ >= items) focusedItem_ = -1;
   }
   void setListCurrentRow(int32_t row) override {
     if (!list_) return;
-    ListView_SetItemState(list_, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
+    // The list view reports the changes made here; they are the presenter's own.
+    const bool outer = !applyingRow_;
+    applyingRow_ = true;
+    // Only the items known to carry a mark are touched: asking the list view to
+    // clear every item (index -1) costs one step per row, which a list of a
+    // million rows feels on every key.
     if (row >= 1) {
+      // A single-selection list drops the other item's marks by itself.
       ListView_SetItemState(list_, row - 1, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
       ListView_EnsureVisible(list_, row - 1, FALSE);
+    } else {
+      const int selected = selectedItem_, focused = focusedItem_;
+      if (selected >= 0) ListView_SetItemState(list_, selected, 0, LVIS_SELECTED | LVIS_FOCUSED);
+      if (focused >= 0 && focused != selected) ListView_SetItemState(list_, focused, 0, LVIS_SELECTED | LVIS_FOCUSED);
+      // Should a selection ever have escaped the notifications, the slow way clears it.
+      if (ListView_GetSelectedCount(list_) > 0) ListView_SetItemState(list_, -1, 0, LVIS_SELECTED);
     }
+    if (outer) applyingRow_ = false;
   }
   void listCellChanged(int32_t row, int32_t) override {
     if (list_ && row >= 1) ListView_RedrawItems(list_, row - 1, row - 1);
@@ -646,7 +664,12 @@ class DisplayWindow final : public DisplayerView {
       case WM_ACTIVATE:
         if (LOWORD(wp) != WA_INACTIVE) {
           presenter_.activated();
-          if (list_) SetFocus(list_);
+          // The keys (arrows, End, F1, Esc) go to the list. The system's default
+          // handling would give the focus back to the frame, so it is skipped.
+          if (list_ && !HIWORD(wp)) {
+            SetFocus(list_);
+            return true;
+          }
         }
         return false;
       case WM_COMMAND: {
@@ -675,6 +698,7 @@ class DisplayWindow final : public DisplayerView {
       case WM_NCDESTROY:
         SetWindowLongPtrW(hwnd_, GWLP_USERDATA, 0);
         hwnd_ = list_ = toolBar_ = statusBar_ = nullptr;
+        selectedItem_ = focusedItem_ = -1;
         if (hfont_) {
           DeleteObject(hfont_);
           hfont_ = nullptr;
@@ -683,6 +707,17 @@ class DisplayWindow final : public DisplayerView {
       default:
         return false;
     }
+  }
+
+  // Follows the marks through the list view's change notifications (item -1
+  // stands for every item). The states a notification carries leave out the
+  // marks that the change did not touch, so the items' states are read back.
+  void trackMarks(int item) {
+    auto has = [this](int i, UINT mark) { return (ListView_GetItemState(list_, i, mark) & mark) != 0; };
+    if (item >= 0 && has(item, LVIS_SELECTED)) selectedItem_ = item;
+    if (item >= 0 && has(item, LVIS_FOCUSED)) focusedItem_ = item;
+    if (selectedItem_ >= 0 && !has(selectedItem_, LVIS_SELECTED)) selectedItem_ = -1;
+    if (focusedItem_ >= 0 && !has(focusedItem_, LVIS_FOCUSED)) focusedItem_ = -1;
   }
 
   bool notify(NMHDR* nm, LRESULT& result) {
@@ -703,7 +738,13 @@ class DisplayWindow final : public DisplayerView {
       }
       if (nm->code == LVN_ITEMCHANGED) {
         auto* lv = reinterpret_cast<NMLISTVIEW*>(nm);
-        if ((lv->uNewState & LVIS_FOCUSED) && lv->iItem >= 0) presenter_.setCurrentRow(lv->iItem + 1);
+        if (lv->uChanged & LVIF_STATE) {
+          const int focusedBefore = focusedItem_;
+          trackMarks(lv->iItem);
+          // The user moved the focus: that row is the current row now.
+          if (!applyingRow_ && focusedItem_ >= 0 && focusedItem_ != focusedBefore)
+            presenter_.setCurrentRow(focusedItem_ + 1);
+        }
         return true;
       }
       return false;
@@ -734,6 +775,9 @@ class DisplayWindow final : public DisplayerView {
   int16_t state_ = 0;
   std::wstring cellText_, tipText_;
   std::unique_ptr<PreviewWindow> preview_;
+  // The list view's items (0-based) that carry the selection and the focus, -1 for none.
+  int selectedItem_ = -1, focusedItem_ = -1;
+  bool applyingRow_ = false;  // the presenter's current row is being shown
 };
 
 void registerClasses(HINSTANCE module) {

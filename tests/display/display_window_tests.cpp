@@ -12,6 +12,7 @@
 
 #include "com_support.h"
 #include "display/win/frm_displayer.h"
+#include "held_file.h"
 #include "png_writer.h"
 
 namespace comtest {
@@ -71,11 +72,24 @@ struct DialogDriver {
   std::function<bool(HWND)> answer;
   bool answered = false;
   std::chrono::steady_clock::time_point deadline;
+  // When set, any dialog that opens after the answered one is recorded here (its
+  // texts) and closed, instead of being left to block the command.
+  std::vector<std::wstring>* later = nullptr;
 };
 DialogDriver* g_driver = nullptr;
 
+std::wstring dialogTexts(HWND dlg);
+
 void CALLBACK driverTick(HWND, UINT, UINT_PTR, DWORD) {
-  if (!g_driver || g_driver->answered) return;
+  if (!g_driver) return;
+  if (g_driver->answered) {
+    HWND dlg = g_driver->later ? findDialog() : nullptr;
+    if (dlg) {
+      g_driver->later->push_back(dialogTexts(dlg));
+      PostMessageW(dlg, WM_COMMAND, IDCANCEL, 0);
+    }
+    return;
+  }
   HWND dlg = findDialog();
   if (dlg && g_driver->answer(dlg)) {
     g_driver->answered = true;
@@ -87,8 +101,9 @@ void CALLBACK driverTick(HWND, UINT, UINT_PTR, DWORD) {
 
 // Sends a command to the window and answers the dialog it opens; false when no
 // dialog was answered.
-bool commandWithDialog(HWND window, int command, std::function<bool(HWND)> answer) {
-  DialogDriver driver{std::move(answer), false, std::chrono::steady_clock::now() + std::chrono::seconds(20)};
+bool commandWithDialog(HWND window, int command, std::function<bool(HWND)> answer,
+                       std::vector<std::wstring>* later = nullptr) {
+  DialogDriver driver{std::move(answer), false, std::chrono::steady_clock::now() + std::chrono::seconds(20), later};
   g_driver = &driver;
   const UINT_PTR timer = SetTimer(nullptr, 0, 150, &driverTick);
   SendMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
@@ -109,17 +124,23 @@ std::function<bool(HWND)> chooseFile(const std::wstring& path) {
   };
 }
 
+// The texts of a dialog's static controls, joined.
+std::wstring dialogTexts(HWND dlg) {
+  std::wstring text;
+  EnumChildWindows(
+      dlg,
+      [](HWND h, LPARAM lp) -> BOOL {
+        if (className(h) == L"Static") *reinterpret_cast<std::wstring*>(lp) += windowText(h);
+        return TRUE;
+      },
+      reinterpret_cast<LPARAM>(&text));
+  return text;
+}
+
 // Reads a message box's text and presses the button.
 std::function<bool(HWND)> readMessageBox(std::wstring* text, int button) {
   return [text, button](HWND dlg) {
-    *text = L"";
-    EnumChildWindows(
-        dlg,
-        [](HWND h, LPARAM lp) -> BOOL {
-          if (className(h) == L"Static") *reinterpret_cast<std::wstring*>(lp) += windowText(h);
-          return TRUE;
-        },
-        reinterpret_cast<LPARAM>(text));
+    *text = dialogTexts(dlg);
     PostMessageW(dlg, WM_COMMAND, MAKEWPARAM(button, BN_CLICKED), reinterpret_cast<LPARAM>(GetDlgItem(dlg, button)));
     return true;
   };
@@ -347,6 +368,91 @@ TEST_F(DisplayWindow, CancellingTheSaveDialogChangesNothing) {
   EXPECT_EQ(std::wstring(L"取消测试"), windowText(w));
 }
 
+std::wstring statusText(HWND w) {
+  wchar_t text[128] = {};
+  SendMessageW(childOfClass(w, STATUSCLASSNAMEW), SB_GETTEXTW, 0, reinterpret_cast<LPARAM>(text));
+  return text;
+}
+
+// A save through the dialog onto a file that cannot be written: no message, the
+// status still says the save is under way, the caption names no file, the file
+// keeps its bytes. Once the file can be written the same window saves it.
+void expectRefusedSave(HWND w, const std::wstring& caption, const std::wstring& path,
+                       const std::function<void()>& freeTheFile) {
+  std::vector<std::wstring> later;
+  ASSERT_TRUE(commandWithDialog(w, kToolSave, chooseFile(path), &later));
+  pump(200);
+  EXPECT_TRUE(later.empty()) << "a failed save is not reported: " << narrow(later.empty() ? L"" : later[0]);
+  EXPECT_EQ(std::wstring(L"保存 ..."), statusText(w));
+  EXPECT_EQ(caption, windowText(w)) << "no file name joins the caption";
+  freeTheFile();
+  EXPECT_EQ("precious\r\n", readFile(path));
+
+  ASSERT_TRUE(commandWithDialog(w, menuId(DisplayMenu::FileSave), chooseFile(path), &later));
+  pump(100);
+  EXPECT_TRUE(later.empty());
+  EXPECT_EQ(std::wstring(L"保存完毕"), statusText(w));
+  EXPECT_EQ(caption + L" - " + path, windowText(w));
+  EXPECT_EQ(expectedLedger(kRows), readFile(path));
+}
+
+TEST_F(DisplayWindow, ASaveOntoAFileHeldOpenElsewhereIsNeverReportedAsSaved) {
+  HWND w = showTable(builder_, L"占用测试", kRows);
+  ASSERT_NE(nullptr, w);
+  const std::wstring path = tempFile(L"lumo-display-held.ldg");
+  disptest::HeldFile held(path, "precious\r\n");
+  ASSERT_TRUE(held.held());
+  expectRefusedSave(w, L"占用测试", path, [&] { held.release(); });
+  DeleteFileW(path.c_str());
+}
+
+TEST_F(DisplayWindow, ASaveOntoAReadOnlyFileIsNeverReportedAsSaved) {
+  HWND w = showTable(builder_, L"只读测试", kRows);
+  ASSERT_NE(nullptr, w);
+  const std::wstring path = tempFile(L"lumo-display-readonly.ldg");
+  ASSERT_TRUE(disptest::makeReadOnlyFile(path, "precious\r\n"));
+  expectRefusedSave(w, L"只读测试", path, [&] {
+    EXPECT_TRUE(GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_READONLY);
+    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+  });
+  disptest::removeReadOnlyFile(path);
+}
+
+TEST_F(DisplayWindow, TheCurrentRowFollowsTheKeysAndTheBuilder) {
+  HWND w = showTable(builder_, L"当前行", kRows);
+  ASSERT_NE(nullptr, w);
+  HWND list = childOfClass(w, WC_LISTVIEWW);
+  ASSERT_EQ(list, GetFocus()) << "the keys go to the list";
+  Late l(builder_);
+  auto marked = [list](UINT mark) { return ListView_GetNextItem(list, -1, mark); };
+
+  SendMessageW(list, WM_KEYDOWN, VK_END, 0);
+  EXPECT_EQ(3, l.get(L"Row").result.ref().lVal);
+  EXPECT_EQ(2, marked(LVNI_FOCUSED));
+  EXPECT_EQ(2, marked(LVNI_SELECTED));
+
+  EXPECT_EQ(S_OK, l.put(L"Row", V(1)).hr);
+  EXPECT_EQ(0, marked(LVNI_FOCUSED));
+  EXPECT_EQ(0, marked(LVNI_SELECTED));
+  EXPECT_EQ(1u, ListView_GetSelectedCount(list)) << "one row is marked at a time";
+
+  // Row 0 is the header: no row of the list is marked.
+  EXPECT_EQ(S_OK, l.put(L"Row", V(0)).hr);
+  EXPECT_EQ(-1, marked(LVNI_FOCUSED));
+  EXPECT_EQ(0u, ListView_GetSelectedCount(list));
+  EXPECT_EQ(0, l.get(L"Row").result.ref().lVal) << "clearing the marks does not move the current row";
+
+  SendMessageW(list, WM_KEYDOWN, VK_DOWN, 0);
+  EXPECT_EQ(1, l.get(L"Row").result.ref().lVal);
+  SendMessageW(list, WM_KEYDOWN, VK_DOWN, 0);
+  EXPECT_EQ(2, l.get(L"Row").result.ref().lVal);
+  EXPECT_EQ(1, marked(LVNI_SELECTED));
+  EXPECT_EQ(S_OK, l.put(L"Row", V(0)).hr);
+  EXPECT_EQ(0u, ListView_GetSelectedCount(list)) << "a row the user marked is cleared too";
+  EXPECT_EQ(-1, marked(LVNI_FOCUSED));
+  EXPECT_EQ(0, l.get(L"Row").result.ref().lVal);
+}
+
 TEST_F(DisplayWindow, FontDialogSetsTheListFontAndCancelKeepsIt) {
   HWND w = showTable(builder_, L"字体测试", kRows);
   ASSERT_NE(nullptr, w);
@@ -429,6 +535,69 @@ TEST_F(DisplayWindow, PreviewShowsPagesWithoutAPrinter) {
   EXPECT_NE(std::wstring::npos, windowText(preview).find(L"第 1 页"));
   SendMessageW(preview, WM_KEYDOWN, VK_ESCAPE, 0);
   EXPECT_FALSE(IsWindow(preview));
+}
+
+// Runs an action while watching for dialogs: each one that opens is recorded (its
+// texts) and closed.
+std::vector<std::wstring> dialogsDuring(const std::function<void()>& action) {
+  std::vector<std::wstring> seen;
+  DialogDriver driver{[&seen](HWND dlg) {
+                        seen.push_back(dialogTexts(dlg));
+                        PostMessageW(dlg, WM_COMMAND, IDCANCEL, 0);
+                        return true;
+                      },
+                      false, std::chrono::steady_clock::now() + std::chrono::seconds(20), &seen};
+  g_driver = &driver;
+  const UINT_PTR timer = SetTimer(nullptr, 0, 100, &driverTick);
+  action();
+  pump(500);
+  KillTimer(nullptr, timer);
+  g_driver = nullptr;
+  return seen;
+}
+
+int visibleWindowsOfThisThread() {
+  int count = 0;
+  EnumThreadWindows(
+      GetCurrentThreadId(),
+      [](HWND h, LPARAM lp) -> BOOL {
+        if (IsWindowVisible(h)) ++*reinterpret_cast<int*>(lp);
+        return TRUE;
+      },
+      reinterpret_cast<LPARAM>(&count));
+  return count;
+}
+
+TEST_F(DisplayWindow, HelpKeysWithoutAHelpFileShowNothingAndTheWindowGoesOn) {
+  std::wstring chm = dllPath();
+  chm = chm.substr(0, chm.find_last_of(L'\\')) + L"\\MobileService.chm";
+  ASSERT_EQ(INVALID_FILE_ATTRIBUTES, GetFileAttributesW(chm.c_str())) << "no help file beside the add-in";
+  HWND w = showTable(builder_, L"帮助测试", kRows);
+  ASSERT_NE(nullptr, w);
+  HWND list = childOfClass(w, WC_LISTVIEWW);
+  ASSERT_EQ(list, GetFocus()) << "the keys go to the list";
+  const int windowsBefore = visibleWindowsOfThisThread();
+
+  const std::vector<std::wstring> dialogs = dialogsDuring([&] {
+    SendMessageW(list, WM_KEYDOWN, VK_F1, 0);
+    SendMessageW(w, WM_COMMAND, menuId(DisplayMenu::HelpContents), 0);
+    SendMessageW(w, WM_COMMAND, menuId(DisplayMenu::HelpSearchForHelpOn), 0);
+  });
+  // The help library was asked (the add-in loads it on the first help call) ...
+  EXPECT_NE(nullptr, GetModuleHandleW(L"hhctrl.ocx")) << "the help keys reach the system's help";
+  // ... and with no file to show, nothing appears: no message, no window.
+  EXPECT_TRUE(dialogs.empty()) << narrow(dialogs.empty() ? L"" : dialogs[0]);
+  EXPECT_EQ(windowsBefore, visibleWindowsOfThisThread());
+  EXPECT_TRUE(IsWindowVisible(w));
+
+  // The window goes on: it still saves, and Esc still closes it.
+  const std::wstring path = tempFile(L"lumo-display-after-help.ldg");
+  ASSERT_TRUE(commandWithDialog(w, kToolSave, chooseFile(path)));
+  pump(100);
+  EXPECT_EQ(expectedLedger(kRows), readFile(path));
+  DeleteFileW(path.c_str());
+  SendMessageW(list, WM_KEYDOWN, VK_ESCAPE, 0);
+  EXPECT_FALSE(IsWindow(w));
 }
 
 TEST_F(DisplayWindow, EscapeClosesAfterTheClosingPrompt) {

@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include "com_support.h"
+#include "held_file.h"
 
 namespace comtest {
 namespace {
@@ -22,6 +23,43 @@ class SaveFileCom : public ComObjectTest {
     std::wstring p = std::wstring(dir) + name;
     DeleteFileW(p.c_str());
     return p;
+  }
+  static std::string contents(const std::wstring& path) {
+    std::string bytes;
+    FILE* f = _wfopen(path.c_str(), L"rb");
+    if (!f) return "<missing>";
+    char buf[4096];
+    std::size_t n;
+    while ((n = fread(buf, 1, sizeof buf, f)) > 0) bytes.append(buf, n);
+    fclose(f);
+    return bytes;
+  }
+  // Setting fileName for saving must fail with 70 and leave no stream to write to.
+  void expectRefused(const std::wstring& path) {
+    Late f(file_);
+    ASSERT_EQ(S_OK, f.put(L"action", V(2)).hr);
+    const Outcome o = f.put(L"fileName", V(path));
+    EXPECT_EQ(DISP_E_EXCEPTION, o.hr) << o;
+    EXPECT_EQ(static_cast<SCODE>(0x800A0046), o.scode) << o;  // 70
+    EXPECT_EQ(L"SmsManager.clsSaveFile.fileName", o.source);
+    EXPECT_EQ(L"Permission denied", o.description);
+    V line(L"不该写入");
+    const Outcome w = f.call(L"WriteTo", {V::byRef(line)});
+    EXPECT_EQ(static_cast<SCODE>(0x800A005B), w.scode) << "no stream was left open: " << w;  // 91
+  }
+  // The helper that was refused saves normally once the file is free again (and
+  // is released afterwards).
+  void expectSavesAgain(const std::wstring& path) {
+    Late f(file_);
+    ASSERT_EQ(S_OK, f.put(L"fileName", V(path)).hr);
+    V line(L"新内容");
+    ASSERT_EQ(S_OK, f.call(L"WriteTo", {V::byRef(line)}).hr);
+    ASSERT_EQ(S_OK, f.put(L"action", V(1)).hr);
+    ASSERT_EQ(S_OK, f.put(L"fileName", V(path)).hr);
+    EXPECT_EQ(L"新内容", f.call(L"readFirstLine").text());
+    // Releasing the helper closes the file.
+    file_->Release();
+    file_ = nullptr;
   }
   IDispatch* file_ = nullptr;
 };
@@ -67,6 +105,29 @@ TEST_F(SaveFileCom, LinesComeBackAsACollection) {
   ASSERT_EQ(S_OK, f.put(L"action", V(2)).hr);
   ASSERT_EQ(S_OK, f.put(L"fileName", V(temp(L"lumo-lines-2.txt"))).hr);  // lets go of the first file
   DeleteFileW(path.c_str());
+}
+
+TEST_F(SaveFileCom, ATargetHeldOpenByAnotherProgramIsRefusedWithPermissionDenied) {
+  const std::wstring path = temp(L"lumo-held.ldg");
+  {
+    disptest::HeldFile held(path, "precious\r\n");
+    ASSERT_TRUE(held.held());
+    expectRefused(path);
+  }
+  EXPECT_EQ("precious\r\n", contents(path)) << "the other program's file is untouched";
+  expectSavesAgain(path);
+  DeleteFileW(path.c_str());
+}
+
+TEST_F(SaveFileCom, AReadOnlyTargetIsRefusedWithPermissionDenied) {
+  const std::wstring path = temp(L"lumo-readonly.ldg");
+  ASSERT_TRUE(disptest::makeReadOnlyFile(path, "precious\r\n"));
+  expectRefused(path);
+  EXPECT_EQ("precious\r\n", contents(path));
+  EXPECT_TRUE(GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_READONLY) << "the attribute stays";
+  SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+  expectSavesAgain(path);
+  disptest::removeReadOnlyFile(path);
 }
 
 }  // namespace
