@@ -12,9 +12,17 @@
 // stdio bytes   : the same without keeping the lines (only their lengths summed)
 // window        : the display window's own save (from its list) and open (into
 //                 its rows), for reference
-// Each figure is the best of three rounds; ratios are helper / stdio.
+// Each figure is the best of five rounds; ratios are helper / stdio.
+//
+// A second table splits the helper's reopen into what it is made of, each step
+// adding one thing to the one before (same file, same rounds):
+// lines        : the helper's line reader, each line's bytes into one reused buffer
+// + code page  : each line converted to UTF-16 by the platform, the text dropped
+// + kept       : the UTF-16 lines kept in a vector sized ahead
+// helper reopen: the lines kept as the collection readLeftLines returns
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -27,6 +35,7 @@
 #include "display/displayer.h"
 #include "display/ledger.h"
 #include "display/save_file.h"
+#include "display/text_file.h"
 #include "fake_view.h"
 
 using namespace lumo;
@@ -44,7 +53,7 @@ const char16_t* const kNames[] = {u"张三", u"李四", u"王五", u"赵六", u"
 const char16_t* const kDepartments[] = {u"销售部", u"财务部", u"研发部", u"人事部", u"生产部"};
 
 ustring rowText(int i) {
-  const int cents = (i * 7919) % 10000000;
+  const int cents = static_cast<int>((int64_t(i) * 7919) % 10000000);
   return ustring(kNames[i % 8]) + toText(i % 1000) + u"\t" + toText(cents / 100) + u"." +
          (cents % 100 < 10 ? u"0" : u"") + toText(cents % 100) + u"\t2024-" + (i % 12 < 9 ? u"0" : u"") +
          toText(i % 12 + 1) + u"-15\t" + kDepartments[i % 5];
@@ -57,10 +66,14 @@ void fail(const char* what) {
   std::exit(1);
 }
 
+constexpr int kRounds = 5;
+
 struct Figures {
   std::size_t rows = 0, bytes = 0;
   double helperSave = 0, helperOpen = 0, stdioWrite = 0, stdioRead = 0, stdioBytes = 0, windowSave = 0,
          windowOpen = 0;
+  // The reopen split into its parts.
+  double lines = 0, converted = 0, kept = 0;
 };
 
 Figures run(const std::filesystem::path& folder, int n, Platform& platform) {
@@ -155,17 +168,49 @@ Figures run(const std::filesystem::path& folder, int n, Platform& platform) {
     if (reader.presenter.list().rowCount() != n + 1) fail("window open lost rows");
   };
 
+  // ---- the reopen's parts ------------------------------------------------------------
+  enum class Part { Lines, Converted, Kept };
+  std::size_t partLines = 0;
+  auto readParts = [&](Part upTo) {
+    LineReader reader(openFileForReading(helperPath));
+    std::string bytes;
+    std::vector<ustring> keptLines;
+    if (upTo == Part::Kept) keptLines.reserve(f.rows + 1);
+    std::size_t units = 0;
+    partLines = 0;
+    while (!reader.atEndOfStream()) {
+      reader.readLine(bytes);
+      ++partLines;
+      if (upTo == Part::Lines) {
+        units += bytes.size();
+      } else if (upTo == Part::Converted) {
+        units += platform.fromAnsi(bytes).size();
+      } else {
+        keptLines.push_back(platform.fromAnsi(bytes));
+      }
+    }
+    if (units == 0 && keptLines.empty()) fail("nothing read");
+  };
+
   // Alternate the contenders round by round so that a busy moment hits both.
-  double hs = 1e30, ho = 1e30, sw = 1e30, sr = 1e30, sb = 1e30, ws = 1e30, wo = 1e30;
-  for (int round = 0; round < 3; ++round) {
+  double hs = 1e30, ho = 1e30, sw = 1e30, sr = 1e30, sb = 1e30, ws = 1e30, wo = 1e30, pl = 1e30, pc = 1e30,
+         pk = 1e30;
+  for (int round = 0; round < kRounds; ++round) {
     sw = std::min(sw, seconds(stdioWrite));
     hs = std::min(hs, seconds(helperSave));
     sr = std::min(sr, seconds([&] { stdioRead(true); }));
     sb = std::min(sb, seconds([&] { stdioRead(false); }));
     ho = std::min(ho, seconds(helperOpen));
+    pl = std::min(pl, seconds([&] { readParts(Part::Lines); }));
+    pc = std::min(pc, seconds([&] { readParts(Part::Converted); }));
+    pk = std::min(pk, seconds([&] { readParts(Part::Kept); }));
     ws = std::min(ws, seconds(windowSave));
     wo = std::min(wo, seconds(windowOpen));
   }
+  if (partLines != f.rows + 1) fail("the line reader lost lines");
+  f.lines = pl;
+  f.converted = pc;
+  f.kept = pk;
   f.helperSave = hs;
   f.helperOpen = ho;
   f.stdioWrite = sw;
@@ -197,11 +242,13 @@ int main(int argc, char** argv) {
   display::test::CodePagePlatform platform;
   lumo::test::FakePlatformScope scope(platform);
 
-  std::printf("ledger save + reopen, 4 columns, double-byte code page, best of 3 (seconds)\n");
+  std::printf("ledger save + reopen, 4 columns, double-byte code page, best of %d (seconds)\n", kRounds);
   std::printf("%9s %7s | %7s %7s %7s | %7s %7s %7s | %6s %6s | %7s %7s\n", "rows", "MB", "h.save", "h.open", "h.total",
               "s.write", "s.read", "s.total", "ratio", "ratio*", "w.save", "w.open");
+  std::vector<Figures> all;
   for (int n : sizes) {
     const Figures f = run(folder, n, platform);
+    all.push_back(f);
     const double helper = f.helperSave + f.helperOpen;
     const double stdioKeep = f.stdioWrite + f.stdioRead;
     const double stdioBytes = f.stdioWrite + f.stdioBytes;
@@ -210,5 +257,10 @@ int main(int argc, char** argv) {
                 helper / stdioKeep, helper / stdioBytes, f.windowSave, f.windowOpen);
   }
   std::printf("ratio = helper / stdio keeping the lines read; ratio* = helper / stdio summing line lengths only\n");
+  std::printf("\nwhere the helper's reopen goes (seconds; each column adds one step to the one before)\n");
+  std::printf("%9s | %7s %9s %7s %8s | %7s\n", "rows", "lines", "+codepage", "+kept", "+collect", "s.bytes");
+  for (const Figures& f : all)
+    std::printf("%9zu | %7.3f %9.3f %7.3f %8.3f | %7.3f\n", f.rows, f.lines, f.converted, f.kept, f.helperOpen,
+                f.stdioBytes);
   return 0;
 }
