@@ -1,6 +1,7 @@
 #include "sms/send_sms.h"
 
 #include <new>
+#include <utility>
 
 #include "automation/dictionary.h"
 #include "host/gateway.h"
@@ -206,6 +207,7 @@ void SendSmsPresenter::loadDepartmentTree() {
   errorTrap(source(u"LoadDepartmentTree"), [&] {
     Recordset rs = getData(departmentTreeSql());
     TreeModel& t = tree(Tree::Department);
+    TreeModel::UpdateScope update(t);
     std::vector<ustring>& keys = topKeys_[index(Tree::Department)];
     t.clear();
     keys.clear();
@@ -228,6 +230,7 @@ void SendSmsPresenter::loadGroupTree() {
   errorTrap(source(u"LoadGroupTree"), [&] {
     Recordset rs = getData(groupTreeSql());
     TreeModel& t = tree(Tree::Group);
+    TreeModel::UpdateScope update(t);
     std::vector<ustring>& keys = topKeys_[index(Tree::Group)];
     t.clear();
     keys.clear();
@@ -252,6 +255,7 @@ void SendSmsPresenter::removeChildren(TreeModel& t, NodeId node) {
 void SendSmsPresenter::loadDepartmentMembers(NodeId node) {
   errorTrap(source(u"LoadDepartmentMembers"), [&] {
     TreeModel& t = tree(Tree::Department);
+    TreeModel::UpdateScope update(t);
     removeChildren(t, node);
     const ustring id = t.key(node).substr(1);
     Recordset rs = getData(idValue(id) == 0 ? noDepartmentMembersSql() : departmentMembersSql(id));
@@ -268,6 +272,7 @@ void SendSmsPresenter::loadDepartmentMembers(NodeId node) {
 void SendSmsPresenter::loadGroupMembers(NodeId node) {
   errorTrap(source(u"LoadGroupMembers"), [&] {
     TreeModel& t = tree(Tree::Group);
+    TreeModel::UpdateScope update(t);
     removeChildren(t, node);
     const ustring id = t.key(node).substr(1);
     Recordset rs = getData(groupMembersSql(id));
@@ -311,6 +316,7 @@ void SendSmsPresenter::nodeClick(Tree which, NodeId node) {
 void SendSmsPresenter::nodeCheck(Tree which, NodeId node, bool checked) {
   errorTrap(treeSource(which, u"NodeCheck"), [&] {
     TreeModel& t = tree(which);
+    TreeModel::UpdateScope update(t);
     t.setChecked(node, checked);
     if (checked) t.setSelected(node, true);
     // A department or group never opened is loaded before its members are set.
@@ -368,7 +374,7 @@ void SendSmsPresenter::cmdAddClick() {
     }
     if (!any) return;
     const ustring box = view_.receiversText();
-    view_.setReceiversText(box.empty() ? list : box + u"," + list);
+    view_.setReceiversText(box.empty() ? std::move(list) : box + u"," + list);
   });
 }
 
@@ -378,6 +384,8 @@ void SendSmsPresenter::cmdClearMobileClick() {
 
 void SendSmsPresenter::loadEveryNode(Tree which) {
   TreeModel& t = tree(which);
+  // Every branch opened and filled is one update of the tree.
+  TreeModel::UpdateScope update(t);
   // A copy: expanding loads members but never changes the top level, yet the
   // walk must not depend on that.
   const std::vector<ustring> keys = topKeys_[index(which)];

@@ -138,6 +138,14 @@ std::size_t TreeModel::positionOf(NodeId node) const {
   return static_cast<std::size_t>(n.slot) + 1;
 }
 
+void TreeModel::beginUpdate() {
+  if (updates_++ == 0 && observer_) observer_->updateBegun();
+}
+
+void TreeModel::endUpdate() {
+  if (updates_ > 0 && --updates_ == 0 && observer_) observer_->updateEnded();
+}
+
 void TreeModel::setText(NodeId node, const ustring& text) {
   get(node).text = text;
   if (observer_) observer_->nodeChanged(node);

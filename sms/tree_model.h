@@ -14,6 +14,9 @@
 // Setting a node checked or selected is silent, as on the control. Setting a
 // node expanded (by the program or for the user) raises the expand event when the
 // node was collapsed.
+//
+// A run of changes (a branch loaded, a whole department checked) can be marked as
+// one update, so that a view draws once at its end instead of after each node.
 #pragma once
 
 #include <cstdint>
@@ -48,6 +51,10 @@ class TreeObserver {
   // Checked, expanded or selected state changed.
   virtual void nodeChanged(NodeId) {}
   virtual void treeCleared() {}
+  // Around the outermost update (see TreeModel::UpdateScope); the changes in
+  // between are reported one by one as usual.
+  virtual void updateBegun() {}
+  virtual void updateEnded() {}
 };
 
 class TreeModel {
@@ -99,6 +106,20 @@ class TreeModel {
   // One node at most is selected; selecting another deselects the previous one.
   void setSelected(NodeId node, bool on);
 
+  // Marks the changes made while it lives as one update; updates nest, and the
+  // observer hears of the outermost one only.
+  class UpdateScope {
+   public:
+    explicit UpdateScope(TreeModel& tree) : tree_(tree) { tree_.beginUpdate(); }
+    ~UpdateScope() { tree_.endUpdate(); }
+    UpdateScope(const UpdateScope&) = delete;
+    UpdateScope& operator=(const UpdateScope&) = delete;
+
+   private:
+    TreeModel& tree_;
+  };
+  bool updating() const { return updates_ > 0; }
+
   void setExpandHandler(ExpandHandler handler) { onExpand_ = std::move(handler); }
   void setObserver(TreeObserver* observer) { observer_ = observer; }
 
@@ -111,6 +132,8 @@ class TreeModel {
     bool alive = false, checked = false, expanded = false;
   };
 
+  void beginUpdate();
+  void endUpdate();
   const Node& get(NodeId node) const;
   Node& get(NodeId node);
   void unlink(NodeId node);
@@ -123,6 +146,7 @@ class TreeModel {
   mutable std::size_t holes_ = 0;
   std::size_t live_ = 0;
   NodeId selected_ = kNoNode;
+  int updates_ = 0;
   ExpandHandler onExpand_;
   TreeObserver* observer_ = nullptr;
 };

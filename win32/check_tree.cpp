@@ -5,6 +5,9 @@
 namespace lumo::win32 {
 
 namespace {
+// The tree view's own procedure, for a control whose CheckTree has already gone.
+WNDPROC g_treeProc = nullptr;
+
 struct SyncScope {
   explicit SyncScope(int& depth) : depth_(depth) { ++depth_; }
   ~SyncScope() { --depth_; }
@@ -16,7 +19,15 @@ CheckTree::CheckTree(sms::TreeModel& model, CheckTreeListener& listener) : model
 
 CheckTree::~CheckTree() {
   model_.setObserver(nullptr);
-  if (hwnd_ && IsWindow(hwnd_)) RemoveWindowSubclass(hwnd_, &CheckTree::subclassProc, 1);
+  if (hwnd_ && IsWindow(hwnd_)) unsubclass();
+}
+
+void CheckTree::unsubclass() {
+  // Only when nobody replaced the procedure after us; otherwise the control keeps
+  // calling ours, which hands everything to the tree view's own once we are gone.
+  if (GetWindowLongPtrW(hwnd_, GWLP_WNDPROC) == reinterpret_cast<LONG_PTR>(&CheckTree::windowProc))
+    SetWindowLongPtrW(hwnd_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(previousProc_));
+  SetWindowLongPtrW(hwnd_, GWLP_USERDATA, 0);
 }
 
 void CheckTree::create(HWND parent, int id) {
@@ -25,24 +36,29 @@ void CheckTree::create(HWND parent, int id) {
                         WS_TABSTOP | WS_BORDER | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT | TVS_SHOWSELALWAYS |
                             TVS_CHECKBOXES,
                         WS_EX_CLIENTEDGE, id);
-  SetWindowSubclass(hwnd_, &CheckTree::subclassProc, 1, reinterpret_cast<DWORD_PTR>(this));
+  SetWindowLongPtrW(hwnd_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+  previousProc_ = reinterpret_cast<WNDPROC>(
+      SetWindowLongPtrW(hwnd_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&CheckTree::windowProc)));
+  if (!g_treeProc) g_treeProc = previousProc_;
   model_.setObserver(this);
   SyncScope sync(syncing_);
   // Whatever the model already holds, in insertion order (parents before children).
   for (std::size_t p = 1; p <= model_.count(); ++p) insert(model_.at(p));
 }
 
-LRESULT CALLBACK CheckTree::subclassProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam, UINT_PTR, DWORD_PTR self) {
-  auto* tree = reinterpret_cast<CheckTree*>(self);
+LRESULT CALLBACK CheckTree::windowProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
+  auto* tree = reinterpret_cast<CheckTree*>(GetWindowLongPtrW(hwnd, GWLP_USERDATA));
+  if (!tree) return CallWindowProcW(g_treeProc, hwnd, msg, wParam, lParam);
+  const WNDPROC previous = tree->previousProc_;
   if (msg == WM_LBUTTONDOWN || msg == WM_LBUTTONDBLCLK) {
     // The point of the click, whether the mouse or a program made it.
     tree->lastButtonDown_.x = static_cast<short>(LOWORD(lParam));
     tree->lastButtonDown_.y = static_cast<short>(HIWORD(lParam));
   } else if (msg == WM_NCDESTROY) {
-    RemoveWindowSubclass(hwnd, &CheckTree::subclassProc, 1);
+    tree->unsubclass();
     tree->hwnd_ = nullptr;
   }
-  return DefSubclassProc(hwnd, msg, wParam, lParam);
+  return CallWindowProcW(previous, hwnd, msg, wParam, lParam);
 }
 
 HTREEITEM CheckTree::itemOf(sms::NodeId node) const {
@@ -90,8 +106,9 @@ void CheckTree::insert(sms::NodeId node) {
   HTREEITEM item = TreeView_InsertItem(hwnd_, &ins);
   if (!item) return;
   items_[node] = item;
-  // Some tree views reset the state image on insertion; set it again.
-  setItemCheck(item, model_.checked(node));
+  // Some tree views reset the state image on insertion; set it again when so
+  // (setting it costs as much as the insertion itself).
+  if (itemChecked(item) != model_.checked(node)) setItemCheck(item, model_.checked(node));
 }
 
 void CheckTree::nodeAdded(sms::NodeId node) {
@@ -129,8 +146,44 @@ void CheckTree::nodeChanged(sms::NodeId node) {
   const bool selected = TreeView_GetSelection(hwnd_) == item;
   if (model_.selected(node) && !selected) {
     TreeView_SelectItem(hwnd_, item);
-    TreeView_EnsureVisible(hwnd_, item);
+    // Without drawing the control cannot scroll to it; that waits for the update's end.
+    if (deferring_) showAfterUpdate_ = node;
+    else TreeView_EnsureVisible(hwnd_, item);
   }
+}
+
+namespace {
+void setVisibleStyle(HWND hwnd, bool visible) {
+  const LONG_PTR style = GetWindowLongPtrW(hwnd, GWL_STYLE);
+  const LONG_PTR want = visible ? (style | WS_VISIBLE) : (style & ~static_cast<LONG_PTR>(WS_VISIBLE));
+  if (want != style) SetWindowLongPtrW(hwnd, GWL_STYLE, want);
+}
+}  // namespace
+
+void CheckTree::updateBegun() {
+  if (!hwnd_) return;
+  wasHidden_ = (GetWindowLongPtrW(hwnd_, GWL_STYLE) & WS_VISIBLE) == 0;
+  SendMessageW(hwnd_, WM_SETREDRAW, FALSE, 0);
+  // Only the style bit: the window is not hidden (the focus stays where it is,
+  // nothing around it is repainted).
+  setVisibleStyle(hwnd_, false);
+  deferring_ = true;
+  showAfterUpdate_ = sms::kNoNode;
+}
+
+void CheckTree::updateEnded() {
+  if (!deferring_) return;
+  deferring_ = false;
+  // A node removed during the update has left items_ and is not shown.
+  HTREEITEM show = itemOf(showAfterUpdate_);
+  showAfterUpdate_ = sms::kNoNode;
+  if (!hwnd_) return;
+  SendMessageW(hwnd_, WM_SETREDRAW, TRUE, 0);
+  setVisibleStyle(hwnd_, !wasHidden_);
+  if (wasHidden_) return;
+  SyncScope sync(syncing_);
+  if (show && TreeView_GetSelection(hwnd_) == show) TreeView_EnsureVisible(hwnd_, show);
+  RedrawWindow(hwnd_, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME);
 }
 
 void CheckTree::treeCleared() {

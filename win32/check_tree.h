@@ -8,6 +8,13 @@
 // reports NM_CLICK before the box changes, so a click on the state icon (found by
 // hit-testing the button-down point) and the space key post a message to
 // ourselves; when it arrives the control's box is compared with the model.
+//
+// While the model reports an update (a branch loaded, a department checked) the
+// control neither draws nor counts as visible, and is drawn once at the end: a
+// shown tree view spends time on every item added under an open node, on every
+// node opened and on every box ticked, in proportion to what it shows, drawing
+// or not. This is what the system's own handling of WM_SETREDRAW does for a
+// window; the tree view's handling of that message does not do it for itself.
 #pragma once
 
 #include <windows.h>
@@ -58,23 +65,36 @@ class CheckTree final : private sms::TreeObserver {
   void nodeRemoving(sms::NodeId node) override;
   void nodeChanged(sms::NodeId node) override;
   void treeCleared() override;
+  void updateBegun() override;
+  void updateEnded() override;
 
   void insert(sms::NodeId node);
   void forget(sms::NodeId node);
   void setItemCheck(HTREEITEM item, bool checked);
   bool itemChecked(HTREEITEM item) const;
 
-  static LRESULT CALLBACK subclassProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam, UINT_PTR id, DWORD_PTR self);
+  // The control's window procedure is replaced directly (the previous one kept and
+  // called) rather than through the common controls' subclass chain: that chain
+  // looks its data up on every message, which some systems make a round trip to
+  // the window server, and the tree receives several messages per node.
+  static LRESULT CALLBACK windowProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam);
+  void unsubclass();
 
   sms::TreeModel& model_;
   CheckTreeListener& listener_;
   HWND hwnd_ = nullptr;
+  WNDPROC previousProc_ = nullptr;
   int id_ = 0;
   std::unordered_map<sms::NodeId, HTREEITEM> items_;
   POINT lastButtonDown_{-1, -1};
   // Changes made from the model are not the user's: their notifications are ignored.
   int syncing_ = 0;
   sms::NodeId userExpanding_ = sms::kNoNode;
+  // An update is under way with drawing switched off; whether the control was
+  // hidden when it began, and the node selected during it, to be scrolled to at its end.
+  bool deferring_ = false;
+  bool wasHidden_ = false;
+  sms::NodeId showAfterUpdate_ = sms::kNoNode;
 };
 
 }  // namespace lumo::win32

@@ -267,6 +267,41 @@ TEST_F(Directory, CheckingAnUnopenedDepartmentLoadsAndChecksEveryone) {
   EXPECT_EQ(db.count(departmentSql(u"1")), 1u);
 }
 
+namespace {
+// Which model changes a view hears inside and outside updates.
+struct UpdateRecorder : sms::TreeObserver {
+  int depth = 0, updates = 0, outside = 0;
+  void nodeAdded(NodeId) override { count(); }
+  void nodeRemoving(NodeId) override { count(); }
+  void nodeChanged(NodeId) override { count(); }
+  void updateBegun() override {
+    ++depth;
+    ++updates;
+  }
+  void updateEnded() override { --depth; }
+  void count() {
+    if (depth == 0) ++outside;
+  }
+};
+}  // namespace
+
+TEST_F(Directory, LoadingAndCheckingABranchIsOneUpdateOfTheTree) {
+  UpdateRecorder r;
+  tree(D).setObserver(&r);
+  open();
+  EXPECT_EQ(r.updates, 1);  // the top level
+  check(D, u"D1");
+  EXPECT_EQ(r.updates, 2);  // loaded and checked together
+  expand(D, u"D2");
+  EXPECT_EQ(r.updates, 3);
+  check(D, u"E1001", false);
+  EXPECT_EQ(r.updates, 4);
+  EXPECT_EQ(r.depth, 0);
+  // Only a user's expansion itself is reported outside an update.
+  EXPECT_EQ(r.outside, 1);
+  tree(D).setObserver(nullptr);
+}
+
 TEST_F(Directory, APersonWithUncheckedSiblingsLeavesTheDepartmentUnchecked) {
   open();
   expand(D, u"D1");

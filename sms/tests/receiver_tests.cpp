@@ -227,6 +227,27 @@ TEST_F(Receivers, FindLoadsEveryNodeThenSelectsTheFirstMatch) {
   EXPECT_EQ(window.searchPosition(D), 12u);
 }
 
+TEST_F(Receivers, FindLoadsEveryBranchInOneUpdateOfTheTree) {
+  open();
+  struct Counter : sms::TreeObserver {
+    int begun = 0, ended = 0, removed = 0;
+    void updateBegun() override { ++begun; }
+    void updateEnded() override { ++ended; }
+    void nodeRemoving(NodeId) override {
+      if (begun == ended) ADD_FAILURE() << "a placeholder was removed outside the update";
+      ++removed;
+    }
+  } counter;
+  tree(D).setObserver(&counter);
+  view.find = u"陈静";
+  window.cmdFindClick();
+  tree(D).setObserver(nullptr);
+  EXPECT_EQ(counter.begun, 1);
+  EXPECT_EQ(counter.ended, 1);
+  EXPECT_EQ(counter.removed, static_cast<int>(window.topLevelKeys(D).size()));
+  EXPECT_TRUE(tree(D).selected(node(D, u"E1005")));
+}
+
 TEST_F(Receivers, FindComparesTheNameOnlyAndExactly) {
   db.employees.push_back({1040, u"E040", u"Wang Lei", u"13500000040", int32_t(3)});
   open();

@@ -50,6 +50,8 @@ struct Recorder : TreeObserver {
   void nodeRemoving(NodeId n) override { events.push_back("remove " + u8(tree->key(n))); }
   void nodeChanged(NodeId n) override { events.push_back("change " + u8(tree->key(n))); }
   void treeCleared() override { events.push_back("clear"); }
+  void updateBegun() override { events.push_back("begin"); }
+  void updateEnded() override { events.push_back("end"); }
 };
 
 }  // namespace
@@ -281,6 +283,34 @@ TEST(TreeModel, ObserverMirrorsEveryChange) {
   t.clear();
   EXPECT_EQ(r.events, (std::vector<std::string>{"add A", "add B", "change B", "change A", "change A", "change A",
                                                 "change B", "change B", "remove A", "add C", "clear"}));
+}
+
+TEST(TreeModel, UpdatesNestAndTheObserverHearsOfTheOutermostOnly) {
+  TreeModel t;
+  Recorder r;
+  r.tree = &t;
+  t.setObserver(&r);
+  EXPECT_FALSE(t.updating());
+  {
+    TreeModel::UpdateScope outer(t);
+    const NodeId a = t.add(kNoNode, u"A", u"a");
+    {
+      TreeModel::UpdateScope inner(t);
+      t.add(a, u"B", u"b");
+      EXPECT_TRUE(t.updating());
+    }
+    EXPECT_TRUE(t.updating());
+    t.setChecked(a, true);
+  }
+  EXPECT_FALSE(t.updating());
+  // An update that a failure cuts short still ends.
+  try {
+    TreeModel::UpdateScope failing(t);
+    t.add(kNoNode, u"A", u"again");
+  } catch (const Error&) {
+  }
+  EXPECT_FALSE(t.updating());
+  EXPECT_EQ(r.events, (std::vector<std::string>{"begin", "add A", "add B", "change A", "end", "begin", "end"}));
 }
 
 TEST(TreeModel, ClearEmptiesTheTreeAndKeepsTheExpandHandler) {

@@ -1,0 +1,492 @@
+// The display window with N rows x 4 columns: the time to show it and to scroll
+// to its last row, until painted, which must not grow with N. The rows go in as a
+// host puts them in: clsDispBuilder from the built DLL, Add called late-bound
+// once per row (timed on its own and reported as "fill"). Next to it, in the same
+// run, a bare owner-data list view of the same rows, created and scrolled the
+// same way: what the system's list costs by itself.
+//
+//   display_window_bench [--rounds R] [rows ...]     (default: 3 rounds, 10000 1000000)
+//
+// show   : Show (modeless) from the call until every message is handled and the
+//          window and its children hold no invalid region (first show: the window
+//          and its controls are created inside it)
+// scroll : the End key on the list, until painted the same way; the last row must
+//          then be the focused one, on screen, and the builder's Row
+// Each figure is the best of R rounds, each round with a freshly filled window.
+#include <windows.h>
+#include <commctrl.h>
+#include <oaidl.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+// ---- timing ------------------------------------------------------------------------
+
+double nowMs() {
+  static LARGE_INTEGER freq = [] {
+    LARGE_INTEGER f;
+    QueryPerformanceFrequency(&f);
+    return f;
+  }();
+  LARGE_INTEGER t;
+  QueryPerformanceCounter(&t);
+  return static_cast<double>(t.QuadPart) * 1000.0 / static_cast<double>(freq.QuadPart);
+}
+
+[[noreturn]] void fail(const char* what, long code = 0) {
+  std::fprintf(stderr, "display_window_bench: %s (0x%08lx)\n", what, static_cast<unsigned long>(code));
+  std::exit(1);
+}
+
+void check(HRESULT hr, const char* what) {
+  if (FAILED(hr)) fail(what, hr);
+}
+
+// "/a/b" (the build's path) as Wine's DOS path "Z:\a\b".
+std::wstring windowsPath(const char* path) {
+  std::wstring p;
+  for (const char* c = path; *c; ++c) p += static_cast<wchar_t>(static_cast<unsigned char>(*c));
+  if (!p.empty() && p[0] == L'/') {
+    std::replace(p.begin(), p.end(), L'/', L'\\');
+    p = L"Z:" + p;
+  }
+  return p;
+}
+
+// Handles every queued message and paints whatever is invalid, until a pass finds
+// nothing left: the window then shows what it was asked to show.
+// Handles every message already queued.
+void drain() {
+  MSG msg;
+  while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
+    TranslateMessage(&msg);
+    DispatchMessageW(&msg);
+  }
+}
+
+void untilPainted(HWND top) {
+  for (int pass = 0; pass < 10000; ++pass) {
+    bool busy = false;
+    MSG msg;
+    while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
+      TranslateMessage(&msg);
+      DispatchMessageW(&msg);
+      busy = true;
+    }
+    RECT r;
+    if (GetUpdateRect(top, &r, FALSE)) busy = true;
+    // Paints the window and every child with an invalid region, now.
+    RedrawWindow(top, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
+    GdiFlush();
+    if (HIWORD(GetQueueStatus(QS_ALLINPUT & ~QS_TIMER)) != 0) busy = true;
+    if (!busy) return;
+  }
+  fail("the window never settled");
+}
+
+// ---- rows ----------------------------------------------------------------------------
+
+const wchar_t* const kNames[] = {L"张三", L"李四", L"王五", L"赵六", L"孙七", L"周八", L"吴九", L"郑十"};
+const wchar_t* const kDepartments[] = {L"销售部", L"财务部", L"研发部", L"人事部", L"生产部"};
+
+std::wstring rowText(long long i) {
+  const long long cents = (i * 7919) % 10000000;
+  wchar_t buf[128];
+  std::swprintf(buf, 128, L"%ls%lld\t%lld.%02lld\t2024-%02lld-15\t%ls", kNames[i % 8], i % 1000, cents / 100,
+                cents % 100, i % 12 + 1, kDepartments[i % 5]);
+  return buf;
+}
+
+// The piece'th tab-separated piece of a row.
+std::wstring cell(const wchar_t* row, int piece) {
+  const wchar_t* start = row;
+  for (int i = 0; i < piece; ++i) {
+    start = std::wcschr(start, L'\t');
+    if (!start) return L"";
+    ++start;
+  }
+  const wchar_t* end = std::wcschr(start, L'\t');
+  return end ? std::wstring(start, end) : std::wstring(start);
+}
+
+// The rows as a host holds them: one string each, handed to Add by reference.
+class Rows {
+ public:
+  explicit Rows(int n) {
+    rows_.reserve(static_cast<std::size_t>(n));
+    for (int i = 0; i < n; ++i) {
+      const std::wstring t = rowText(i);
+      BSTR b = SysAllocStringLen(t.data(), static_cast<UINT>(t.size()));
+      if (!b) fail("out of memory for the rows");
+      rows_.push_back(b);
+    }
+  }
+  ~Rows() {
+    for (BSTR b : rows_) SysFreeString(b);
+  }
+  Rows(const Rows&) = delete;
+  Rows& operator=(const Rows&) = delete;
+  int count() const { return static_cast<int>(rows_.size()); }
+  BSTR& at(int i) { return rows_[static_cast<std::size_t>(i)]; }
+
+ private:
+  std::vector<BSTR> rows_;
+};
+
+// ---- the builder, late-bound ------------------------------------------------------------
+
+class Late {
+ public:
+  explicit Late(IDispatch* d) : d_(d) {}
+  DISPID id(const wchar_t* name) const {
+    DISPID id = DISPID_UNKNOWN;
+    LPOLESTR n = const_cast<LPOLESTR>(name);
+    check(d_->GetIDsOfNames(IID_NULL, &n, 1, LOCALE_USER_DEFAULT, &id), "GetIDsOfNames");
+    return id;
+  }
+  // Arguments in natural order.
+  HRESULT invoke(DISPID id, WORD flags, std::vector<VARIANT> args, VARIANT* result = nullptr) const {
+    std::reverse(args.begin(), args.end());
+    DISPPARAMS dp{};
+    dp.rgvarg = args.empty() ? nullptr : args.data();
+    dp.cArgs = static_cast<UINT>(args.size());
+    DISPID named = DISPID_PROPERTYPUT;
+    if (flags == DISPATCH_PROPERTYPUT) {
+      dp.rgdispidNamedArgs = &named;
+      dp.cNamedArgs = 1;
+    }
+    EXCEPINFO ex{};
+    UINT argErr = 0;
+    const HRESULT hr = d_->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &dp, result, &ex, &argErr);
+    SysFreeString(ex.bstrSource);
+    SysFreeString(ex.bstrDescription);
+    SysFreeString(ex.bstrHelpFile);
+    return hr;
+  }
+  void put(const wchar_t* name, VARIANT v) const {
+    check(invoke(id(name), DISPATCH_PROPERTYPUT, {v}), "property put");
+  }
+  long getLong(const wchar_t* name) const {
+    VARIANT r;
+    VariantInit(&r);
+    check(invoke(id(name), DISPATCH_PROPERTYGET, {}, &r), "property get");
+    check(VariantChangeType(&r, &r, 0, VT_I4), "property type");
+    return V_I4(&r);
+  }
+
+ private:
+  IDispatch* d_;
+};
+
+VARIANT i4(long v) {
+  VARIANT r;
+  VariantInit(&r);
+  V_VT(&r) = VT_I4;
+  V_I4(&r) = v;
+  return r;
+}
+
+// A VT_BSTR that borrows s (the caller frees it).
+VARIANT text(BSTR s) {
+  VARIANT r;
+  VariantInit(&r);
+  V_VT(&r) = VT_BSTR;
+  V_BSTR(&r) = s;
+  return r;
+}
+
+class Server {
+ public:
+  Server() {
+    const std::wstring path = windowsPath(LUMO_COM_DLL);
+    module_ = LoadLibraryW(path.c_str());
+    if (!module_) fail("cannot load LumoSmsManager.dll", static_cast<long>(GetLastError()));
+    getClassObject_ = reinterpret_cast<decltype(getClassObject_)>(
+        reinterpret_cast<void*>(GetProcAddress(module_, "DllGetClassObject")));
+    if (!getClassObject_) fail("DllGetClassObject missing");
+    clsid_ = coclass(path, L"clsDispBuilder");
+    check(getClassObject_(clsid_, IID_IClassFactory, reinterpret_cast<void**>(&factory_)), "class object");
+  }
+  ~Server() {
+    if (factory_) factory_->Release();
+  }
+  Server(const Server&) = delete;
+  Server& operator=(const Server&) = delete;
+
+  // A new clsDispBuilder, as CoCreateInstance would give it to the host.
+  IDispatch* newBuilder() const {
+    IDispatch* d = nullptr;
+    check(factory_->CreateInstance(nullptr, IID_IDispatch, reinterpret_cast<void**>(&d)), "CreateInstance");
+    return d;
+  }
+
+ private:
+  // The class identifier from the DLL's own type library: no registration needed.
+  static CLSID coclass(const std::wstring& dll, const wchar_t* name) {
+    ITypeLib* lib = nullptr;
+    check(LoadTypeLibEx(dll.c_str(), REGKIND_NONE, &lib), "LoadTypeLibEx");
+    CLSID found = CLSID_NULL;
+    for (UINT i = 0; i < lib->GetTypeInfoCount(); ++i) {
+      TYPEKIND kind;
+      if (FAILED(lib->GetTypeInfoType(i, &kind)) || kind != TKIND_COCLASS) continue;
+      BSTR n = nullptr;
+      if (FAILED(lib->GetDocumentation(static_cast<INT>(i), &n, nullptr, nullptr, nullptr))) continue;
+      const bool match = n && std::wcscmp(n, name) == 0;
+      SysFreeString(n);
+      if (!match) continue;
+      ITypeInfo* info = nullptr;
+      check(lib->GetTypeInfo(i, &info), "GetTypeInfo");
+      TYPEATTR* attr = nullptr;
+      check(info->GetTypeAttr(&attr), "GetTypeAttr");
+      found = attr->guid;
+      info->ReleaseTypeAttr(attr);
+      info->Release();
+    }
+    lib->Release();
+    if (IsEqualGUID(found, CLSID_NULL)) fail("clsDispBuilder not in the type library");
+    return found;
+  }
+
+  HMODULE module_ = nullptr;
+  HRESULT(STDAPICALLTYPE* getClassObject_)(REFCLSID, REFIID, LPVOID*) = nullptr;
+  CLSID clsid_{};
+  IClassFactory* factory_ = nullptr;
+};
+
+struct Times {
+  double fill = 0, show = 0, scroll = 0;
+};
+
+const wchar_t* const kTitles = L"姓名\t金额\t日期\t部门|";
+
+HWND findChild(HWND parent, const wchar_t* cls) { return FindWindowExW(parent, nullptr, cls, nullptr); }
+
+// One round of the real window: fill, show, End, close.
+Times windowRound(const Server& server, Rows& rows, int round) {
+  const int n = rows.count();
+  Times t;
+  IDispatch* builder = server.newBuilder();
+  Late b(builder);
+  const std::wstring caption = L"基准 " + std::to_wstring(n) + L" #" + std::to_wstring(round);
+  BSTR cap = SysAllocString(caption.c_str());
+  BSTR titles = SysAllocString(kTitles);
+  b.put(L"Caption", text(cap));
+  b.put(L"Titles", text(titles));
+  b.put(L"Cols", i4(4));
+  VARIANT col = i4(2), type = i4(2);  // the amounts: CTDouble
+  VARIANT colRef, typeRef;
+  VariantInit(&colRef);
+  VariantInit(&typeRef);
+  V_VT(&colRef) = VT_BYREF | VT_I4;
+  V_I4REF(&colRef) = &V_I4(&col);
+  V_VT(&typeRef) = VT_BYREF | VT_I4;
+  V_I4REF(&typeRef) = &V_I4(&type);
+  check(b.invoke(b.id(L"SetColType"), DISPATCH_METHOD, {colRef, typeRef}), "SetColType");
+
+  // ---- fill: Add once per row, each row's string by reference ------------------------
+  const DISPID add = b.id(L"Add");
+  double start = nowMs();
+  for (int i = 0; i < n; ++i) {
+    VARIANT arg;
+    VariantInit(&arg);
+    V_VT(&arg) = VT_BYREF | VT_BSTR;
+    V_BSTRREF(&arg) = &rows.at(i);
+    DISPPARAMS dp{&arg, nullptr, 1, 0};
+    const HRESULT hr = builder->Invoke(add, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &dp, nullptr, nullptr, nullptr);
+    if (FAILED(hr)) fail("Add", hr);
+  }
+  t.fill = nowMs() - start;
+
+  // ---- show ----------------------------------------------------------------------------
+  const DISPID show = b.id(L"Show");
+  start = nowMs();
+  check(b.invoke(show, DISPATCH_METHOD, {i4(0)}), "Show");
+  HWND w = FindWindowW(L"LumoDisplayer", caption.c_str());
+  if (!w) fail("the window did not appear");
+  untilPainted(w);
+  t.show = nowMs() - start;
+  HWND list = findChild(w, WC_LISTVIEWW);
+  if (!list || ListView_GetItemCount(list) != n) fail("the list does not hold every row");
+  if (ListView_GetTopIndex(list) != 0) fail("the list does not start at its first row");
+
+  // ---- scroll to the last row ------------------------------------------------------------
+  start = nowMs();
+  SendMessageW(list, WM_KEYDOWN, VK_END, 0);
+  SendMessageW(list, WM_KEYUP, VK_END, 0);
+  untilPainted(w);
+  t.scroll = nowMs() - start;
+  const int top = ListView_GetTopIndex(list), perPage = ListView_GetCountPerPage(list);
+  if (top + perPage < n || top >= n) fail("the last row is not on screen");
+  if (ListView_GetNextItem(list, -1, LVNI_FOCUSED) != n - 1) fail("the last row is not the focused one");
+  if (b.getLong(L"Row") != n) fail("the builder's Row is not the last row");
+  wchar_t buf[64] = {};
+  ListView_GetItemText(list, n - 1, 4, buf, 64);
+  if (cell(rows.at(n - 1), 3) != buf) fail("the last row shows the wrong text");
+
+  SendMessageW(w, WM_CLOSE, 0, 0);
+  drain();
+  builder->Release();
+  SysFreeString(cap);
+  SysFreeString(titles);
+  return t;
+}
+
+// ---- the bare list view -------------------------------------------------------------------
+
+struct RawList {
+  Rows* rows = nullptr;
+  std::wstring cellText;
+};
+
+LRESULT CALLBACK rawProc(HWND h, UINT msg, WPARAM wp, LPARAM lp) {
+  auto* self = reinterpret_cast<RawList*>(GetWindowLongPtrW(h, GWLP_USERDATA));
+  if (msg == WM_NCCREATE) {
+    self = static_cast<RawList*>(reinterpret_cast<CREATESTRUCTW*>(lp)->lpCreateParams);
+    SetWindowLongPtrW(h, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
+  }
+  if (msg == WM_SIZE) {
+    if (HWND list = findChild(h, WC_LISTVIEWW)) MoveWindow(list, 0, 0, LOWORD(lp), HIWORD(lp), TRUE);
+    return 0;
+  }
+  if (msg == WM_NOTIFY && self) {
+    auto* nm = reinterpret_cast<NMHDR*>(lp);
+    if (nm->code == LVN_GETDISPINFOW) {
+      auto* di = reinterpret_cast<NMLVDISPINFOW*>(nm);
+      if (di->item.mask & LVIF_TEXT) {
+        self->cellText = cell(self->rows->at(di->item.iItem), di->item.iSubItem);
+        di->item.pszText = self->cellText.data();
+      }
+      return 0;
+    }
+  }
+  return DefWindowProcW(h, msg, wp, lp);
+}
+
+// One round of the bare list: created, shown, End, destroyed.
+Times rawRound(Rows& rows) {
+  const int n = rows.count();
+  Times t;
+  RawList state{&rows, {}};
+  double start = nowMs();
+  HWND w = CreateWindowExW(0, L"LumoBenchRawList", L"raw", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT,
+                           CW_USEDEFAULT, 760, 520, nullptr, nullptr, GetModuleHandleW(nullptr), &state);
+  RECT client;
+  GetClientRect(w, &client);
+  HWND list = CreateWindowExW(WS_EX_CLIENTEDGE, WC_LISTVIEWW, nullptr,
+                              WS_CHILD | WS_VISIBLE | LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS | LVS_SINGLESEL, 0,
+                              0, client.right, client.bottom, w, nullptr, GetModuleHandleW(nullptr), nullptr);
+  ListView_SetExtendedListViewStyle(list, LVS_EX_FULLROWSELECT | LVS_EX_GRIDLINES | LVS_EX_DOUBLEBUFFER);
+  const wchar_t* heads[] = {L"姓名", L"金额", L"日期", L"部门"};
+  for (int c = 0; c < 4; ++c) {
+    LVCOLUMNW lc{};
+    lc.mask = LVCF_WIDTH | LVCF_FMT | LVCF_TEXT;
+    lc.fmt = c == 1 ? LVCFMT_RIGHT : LVCFMT_LEFT;
+    lc.cx = 107;
+    lc.pszText = const_cast<wchar_t*>(heads[c]);
+    ListView_InsertColumn(list, c, &lc);
+  }
+  ListView_SetItemCountEx(list, n, LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
+  ShowWindow(w, SW_SHOWNORMAL);
+  UpdateWindow(w);
+  SetForegroundWindow(w);
+  untilPainted(w);
+  t.show = nowMs() - start;
+
+  start = nowMs();
+  SendMessageW(list, WM_KEYDOWN, VK_END, 0);
+  SendMessageW(list, WM_KEYUP, VK_END, 0);
+  untilPainted(w);
+  t.scroll = nowMs() - start;
+  const int top = ListView_GetTopIndex(list), perPage = ListView_GetCountPerPage(list);
+  if (top + perPage < n || top >= n) fail("the bare list did not reach its last row");
+  DestroyWindow(w);
+  drain();
+  return t;
+}
+
+void keepBest(Times& best, const Times& t) {
+  best.fill = std::min(best.fill, t.fill);
+  best.show = std::min(best.show, t.show);
+  best.scroll = std::min(best.scroll, t.scroll);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  int rounds = 3;
+  std::vector<int> sizes;
+  for (int i = 1; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--rounds") == 0 && i + 1 < argc) rounds = std::max(1, std::atoi(argv[++i]));
+    else sizes.push_back(std::atoi(argv[i]));
+  }
+  if (sizes.empty()) sizes = {10000, 1000000};
+  for (int n : sizes)
+    if (n < 2) fail("each size needs at least two rows");
+
+  check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), "CoInitializeEx");
+  INITCOMMONCONTROLSEX icc{sizeof icc, ICC_LISTVIEW_CLASSES | ICC_BAR_CLASSES};
+  InitCommonControlsEx(&icc);
+  WNDCLASSEXW wc{};
+  wc.cbSize = sizeof wc;
+  wc.hInstance = GetModuleHandleW(nullptr);
+  wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+  wc.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
+  wc.lpfnWndProc = &rawProc;
+  wc.lpszClassName = L"LumoBenchRawList";
+  RegisterClassExW(&wc);
+
+  struct Line {
+    int n;
+    Times window, raw;
+  };
+  std::vector<Line> lines;
+  {
+    Server server;
+    // A first small round loads and warms everything that a first window needs.
+    {
+      Rows warm(200);
+      windowRound(server, warm, 0);
+      rawRound(warm);
+    }
+    for (int n : sizes) {
+      Rows rows(n);
+      const double inf = 1e300;
+      Line line{n, {inf, inf, inf}, {inf, inf, inf}};
+      for (int r = 1; r <= rounds; ++r) {
+        keepBest(line.window, windowRound(server, rows, r));
+        keepBest(line.raw, rawRound(rows));
+      }
+      lines.push_back(line);
+      std::fprintf(stderr, "  %d rows done\n", n);
+    }
+  }
+
+  std::printf("display window, N rows x 4 columns under Wine, best of %d rounds (ms)\n", rounds);
+  std::printf("%9s | %9s | %8s %9s %8s | %8s %9s | %6s %6s\n", "rows", "fill", "show", "scroll", "total", "raw.show",
+              "raw.scrl", "ratio", "raw.r");
+  const Line& first = lines.front();
+  for (const Line& l : lines) {
+    const double total = l.window.show + l.window.scroll, firstTotal = first.window.show + first.window.scroll;
+    const double raw = l.raw.show + l.raw.scroll, firstRaw = first.raw.show + first.raw.scroll;
+    std::printf("%9d | %9.1f | %8.1f %9.1f %8.1f | %8.1f %9.1f | %6.2f %6.2f\n", l.n, l.window.fill, l.window.show,
+                l.window.scroll, total, l.raw.show, l.raw.scroll, total / firstTotal, raw / firstRaw);
+  }
+  std::printf("fill = Add per row through IDispatch; show = Show until painted; scroll = End key until painted\n");
+  std::printf("ratio = (show + scroll) / the same at %d rows; raw = a bare owner-data list view of the same rows\n",
+              first.n);
+  if (lines.size() > 1) {
+    const Line& last = lines.back();
+    std::printf("ratio %d/%d: show %.2f, scroll %.2f, show+scroll %.2f (raw list %.2f)\n", last.n, first.n,
+                last.window.show / first.window.show, last.window.scroll / first.window.scroll,
+                (last.window.show + last.window.scroll) / (first.window.show + first.window.scroll),
+                (last.raw.show + last.raw.scroll) / (first.raw.show + first.raw.scroll));
+  }
+  CoUninitialize();
+  return 0;
+}
