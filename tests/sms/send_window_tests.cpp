@@ -111,6 +111,15 @@ class BoxWatcher {
   UINT_PTR timer_ = 0;
 };
 
+// Runs 'action', lets the messages run, and returns the texts of the message
+// boxes it brought up (each answered with OK).
+std::vector<ustring> boxesDuring(const std::function<void()>& action) {
+  BoxWatcher watch;
+  action();
+  pump(200);
+  return watch.boxes();
+}
+
 // ---- the send windows ------------------------------------------------------------------
 
 BOOL CALLBACK collectSendWindow(HWND hwnd, LPARAM out) {
@@ -407,13 +416,7 @@ TEST_F(SendWindow, CheckedDepartmentTypedNumberAndFullMessageReachTheGatewayAndT
   EXPECT_EQ(textOf(text).size(), 130u);
   SendMessageW(GetDlgItem(w, idChkRestore), BM_CLICK, 0, 0);
 
-  std::vector<ustring> boxes;
-  {
-    BoxWatcher watch;
-    SendMessageW(GetDlgItem(w, idCmdSend), BM_CLICK, 0, 0);
-    pump(200);
-    boxes = watch.boxes();
-  }
+  const std::vector<ustring> boxes = boxesDuring([&] { SendMessageW(GetDlgItem(w, idCmdSend), BM_CLICK, 0, 0); });
   ASSERT_EQ(boxes.size(), 1u);
   EXPECT_EQ(boxes[0], u"发送成功");
 
@@ -583,13 +586,7 @@ TEST_F(SendWindow, EachCallOpensItsOwnWindow) {
 
 TEST_F(SendWindow, UserWithoutEmployeeIsRefusedAndGetsNoWindow) {
   signIn(u"临时用户", u"chs");
-  std::vector<ustring> boxes;
-  {
-    BoxWatcher watch;
-    sendSms();
-    pump(100);
-    boxes = watch.boxes();
-  }
+  const std::vector<ustring> boxes = boxesDuring([&] { sendSms(); });
   ASSERT_EQ(boxes.size(), 1u);
   EXPECT_EQ(boxes[0], u"该用户没有关联职员，不能发送短信");
   EXPECT_TRUE(sendWindows().empty());
@@ -623,12 +620,8 @@ TEST_F(SendWindow, AltLettersPressFindFindNextAndSend) {
   EXPECT_NE(second, first);
   EXPECT_NE(itemText(tree, second).find(u"张"), ustring::npos);
 
-  std::vector<ustring> boxes;
-  {
-    BoxWatcher watch;
-    alt(L's');  // nothing to send yet: the window says what is missing
-    boxes = watch.boxes();
-  }
+  // Nothing to send yet: the window says what is missing.
+  const std::vector<ustring> boxes = boxesDuring([&] { alt(L's'); });
   ASSERT_EQ(boxes.size(), 1u);
   EXPECT_EQ(boxes[0], u"必须输入短信内容和接收号码");
 }
@@ -682,13 +675,7 @@ TEST_F(SendWindow, GatewayFailureIsReportedNothingIsLoggedAndTheTextStays) {
   HWND mobile = GetDlgItem(w, idMobile);
   typeChars(mobile, u"13800000001");
   typeChars(GetDlgItem(w, idMessage), u"仓库盘点改到周五");
-  std::vector<ustring> boxes;
-  {
-    BoxWatcher watch;
-    SendMessageW(GetDlgItem(w, idCmdSend), BM_CLICK, 0, 0);
-    pump(200);
-    boxes = watch.boxes();
-  }
+  const std::vector<ustring> boxes = boxesDuring([&] { SendMessageW(GetDlgItem(w, idCmdSend), BM_CLICK, 0, 0); });
   ASSERT_EQ(boxes.size(), 1u);
   EXPECT_EQ(boxes[0], u"短信平台连接失败");
   EXPECT_EQ(textOf(GetDlgItem(w, idMessage)), u"仓库盘点改到周五");
