@@ -25,31 +25,39 @@ const ObjectPtr& require(const ObjectPtr& o) {
   return o;
 }
 
-ObjectPtr fieldObject(const ObjectPtr& rs, const Variant& index) {
-  ObjectPtr fields = require(rs)->get(u"Fields").toObject();
+ObjectPtr itemOf(const ObjectPtr& fields, const Variant& index) {
   return require(require(fields)->get(u"Item", {index}).toObject());
 }
 }  // namespace
+
+const ObjectPtr& Recordset::fields() const {
+  if (!fields_) fields_ = require(require(rs_)->get(u"Fields").toObject());
+  return fields_;
+}
+
+const ObjectPtr& Recordset::fieldByName(const ustring& name) const {
+  for (const auto& [n, f] : byName_)
+    if (n == name) return f;
+  byName_.emplace_back(name, itemOf(fields(), name));
+  return byName_.back().second;
+}
 
 bool Recordset::eof() const { return require(rs_)->get(u"EOF").toBool(); }
 
 void Recordset::moveNext() { require(rs_)->call(u"MoveNext"); }
 
-Variant Recordset::field(const ustring& name) const { return fieldObject(rs_, name)->get(u"Value"); }
+Variant Recordset::field(const ustring& name) const { return fieldByName(name)->get(u"Value"); }
 
-Variant Recordset::field(int32_t index) const { return fieldObject(rs_, index)->get(u"Value"); }
+Variant Recordset::field(int32_t index) const { return itemOf(fields(), index)->get(u"Value"); }
 
 ustring Recordset::text(const ustring& name) const {
   const Variant v = field(name);
   return v.isNull() ? ustring() : v.toString();
 }
 
-int32_t Recordset::fieldCount() const {
-  ObjectPtr fields = require(rs_)->get(u"Fields").toObject();
-  return require(fields)->get(u"Count").toI4();
-}
+int32_t Recordset::fieldCount() const { return fields()->get(u"Count").toI4(); }
 
-ustring Recordset::fieldName(int32_t index) const { return fieldObject(rs_, index)->get(u"Name").toString(); }
+ustring Recordset::fieldName(int32_t index) const { return itemOf(fields(), index)->get(u"Name").toString(); }
 
 Recordset getData(const ustring& sql) {
   return Recordset(callWithSession(u"LumoMSmsManager.clsBillUseInfo", u"GetData", {sql}).toObject());

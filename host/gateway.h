@@ -2,6 +2,9 @@
 // the moment of use, released after the call, the session string first.
 #pragma once
 
+#include <utility>
+#include <vector>
+
 #include "automation/object.h"
 
 namespace lumo {
@@ -12,6 +15,9 @@ Variant callComponent(const ustring& progId, const ustring& method, Args args);
 Variant callWithSession(const ustring& progId, const ustring& method, Args args);
 
 // Reads a host recordset row by row: EOF, MoveNext, Fields(name).Value.
+// A field object stands for its column and shows the current row's value, so
+// each column is asked for once per recordset and then read on every row:
+// reading a large result costs one late-bound call per value, not four.
 class Recordset {
  public:
   explicit Recordset(ObjectPtr rs);
@@ -25,7 +31,12 @@ class Recordset {
   const ObjectPtr& object() const { return rs_; }
 
  private:
+  const ObjectPtr& fields() const;
+  const ObjectPtr& fieldByName(const ustring& name) const;
+
   ObjectPtr rs_;
+  mutable ObjectPtr fields_;
+  mutable std::vector<std::pair<ustring, ObjectPtr>> byName_;  // a handful of columns: a short list
 };
 
 // GetData of "LumoMSmsManager.clsBillUseInfo" with the session string and sql.

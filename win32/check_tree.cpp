@@ -153,9 +153,9 @@ void CheckTree::nodeChanged(sms::NodeId node) {
 }
 
 namespace {
-void setVisibleStyle(HWND hwnd, bool visible) {
+void setStyleBit(HWND hwnd, LONG_PTR bit, bool on) {
   const LONG_PTR style = GetWindowLongPtrW(hwnd, GWL_STYLE);
-  const LONG_PTR want = visible ? (style | WS_VISIBLE) : (style & ~static_cast<LONG_PTR>(WS_VISIBLE));
+  const LONG_PTR want = on ? (style | bit) : (style & ~bit);
   if (want != style) SetWindowLongPtrW(hwnd, GWL_STYLE, want);
 }
 }  // namespace
@@ -166,7 +166,12 @@ void CheckTree::updateBegun() {
   SendMessageW(hwnd_, WM_SETREDRAW, FALSE, 0);
   // Only the style bit: the window is not hidden (the focus stays where it is,
   // nothing around it is repainted).
-  setVisibleStyle(hwnd_, false);
+  setStyleBit(hwnd_, WS_VISIBLE, false);
+  // Without scroll bars to keep up to date, a change to an item no longer makes
+  // the control measure every open item again (Wine's does, even with drawing
+  // off: checking 50 people of an open tree of 100,000 took seconds).
+  hadNoScroll_ = (GetWindowLongPtrW(hwnd_, GWL_STYLE) & TVS_NOSCROLL) != 0;
+  setStyleBit(hwnd_, TVS_NOSCROLL, true);
   deferring_ = true;
   showAfterUpdate_ = sms::kNoNode;
 }
@@ -178,8 +183,9 @@ void CheckTree::updateEnded() {
   HTREEITEM show = itemOf(showAfterUpdate_);
   showAfterUpdate_ = sms::kNoNode;
   if (!hwnd_) return;
+  setStyleBit(hwnd_, TVS_NOSCROLL, hadNoScroll_);
   SendMessageW(hwnd_, WM_SETREDRAW, TRUE, 0);
-  setVisibleStyle(hwnd_, !wasHidden_);
+  setStyleBit(hwnd_, WS_VISIBLE, !wasHidden_);
   if (wasHidden_) return;
   SyncScope sync(syncing_);
   if (show && TreeView_GetSelection(hwnd_) == show) TreeView_EnsureVisible(hwnd_, show);

@@ -93,6 +93,7 @@ class CheckTree final : private sms::TreeObserver {
   // An update is under way with drawing switched off; whether the control was
   // hidden when it began, and the node selected during it, to be scrolled to at its end.
   bool deferring_ = false;
+  bool hadNoScroll_ = false;
   bool wasHidden_ = false;
   sms::NodeId showAfterUpdate_ = sms::kNoNode;
 };

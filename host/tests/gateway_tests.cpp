@@ -156,6 +156,32 @@ TEST_F(Gateway, RecordsetReadsFieldsByNameAndIndex) {
   EXPECT_EQ(rs.text(u"FItemID"), u"7");
 }
 
+TEST_F(Gateway, RecordsetAsksForEachColumnOnceAndReadsItOnEveryRow) {
+  ObjectPtr inner = makeRecordset({u"FName", u"FMobilePhone"},
+                                  {{u"张三", u"13800000001"}, {u"李四", Variant::null()}, {u"王五", u"13800000003"}});
+  // Counts what the reader asks of the recordset on its way to the values.
+  int fieldsAsked = 0, itemsAsked = 0;
+  auto counting = std::make_shared<DynamicObject>(u"Recordset");
+  counting->on(u"EOF", [inner](InvokeKind, Args&) { return inner->get(u"EOF"); });
+  counting->on(u"MoveNext", [inner](InvokeKind, Args&) { return inner->call(u"MoveNext"); });
+  counting->on(u"Fields", [inner, &fieldsAsked, &itemsAsked](InvokeKind, Args&) {
+    ++fieldsAsked;
+    ObjectPtr fields = inner->get(u"Fields").toObject();
+    auto wrapper = std::make_shared<DynamicObject>(u"Fields");
+    wrapper->on(u"Item", [fields, &itemsAsked](InvokeKind, Args& a) {
+      ++itemsAsked;
+      return fields->get(u"Item", {a.at(0)});
+    });
+    return Variant(ObjectPtr(wrapper));
+  });
+  Recordset rs{ObjectPtr(counting)};
+  std::vector<ustring> rows;
+  for (; !rs.eof(); rs.moveNext()) rows.push_back(rs.text(u"FName") + u"/" + rs.text(u"FMobilePhone"));
+  EXPECT_EQ(rows, (std::vector<ustring>{u"张三/13800000001", u"李四/", u"王五/13800000003"}));
+  EXPECT_EQ(fieldsAsked, 1);
+  EXPECT_EQ(itemsAsked, 2);
+}
+
 TEST_F(Gateway, RecordsetKeepsNullValues) {
   Recordset rs(makeRecordset({u"F"}, {{Variant::null()}}));
   EXPECT_TRUE(rs.field(u"F").isNull());
