@@ -547,7 +547,7 @@ ObjectPtr createComponent(const ustring& progId) {
   DbPtr db;
   DbError err;
   try {
-    db = std::make_shared<HostDb>();
+    db = HostDb::current();
   } catch (const Error& x) {
     err = x;  // reported by every call, so that the reason is seen
   }

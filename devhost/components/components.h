@@ -3,8 +3,9 @@
 // DevHostFactory; on Windows LumoDevHost.dll registers one class per entry of
 // componentClasses() and shows each object through IDispatch.
 //
-// Every component reaches the database named by LUMO_DEVHOST_DB, journals each
-// call in dh_Journal and obeys the switches in dh_Switch.
+// Every component reaches the database named by LUMO_DEVHOST_DB (through the
+// connection the process keeps for it, see HostDb::forPath), journals each call
+// in dh_Journal and obeys the switches in dh_Switch.
 //
 //   PropsMgr.ShareProps            GetProperty(processId, name): "PropsString" (also
 //                                  "UserName", "UserID", "Language") of the user signed

@@ -2,11 +2,19 @@
 
 #ifdef _WIN32
 #include <windows.h>
+#include <winternl.h>
 #else
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #endif
+
+#include <algorithm>
+#include <cstddef>
+#include <mutex>
+#include <thread>
+#include <vector>
 
 namespace lumo::devhost {
 
@@ -69,7 +77,31 @@ std::optional<ustring> sessionEntry(ustring_view props, ustring_view key) {
   return std::nullopt;
 }
 
+struct HostDb::Statements {
+  explicit Statements(odbc::Connection& c)
+      : journalCall(c,
+                    u"INSERT INTO dh_Journal (FProcessID, FComponent, FMethod, FKind, FArguments) VALUES (?,?,?,?,?)"),
+        journalResult(c, u"UPDATE dh_Journal SET FResult=? WHERE FSeq=?"),
+        lastInsertId(c, u"SELECT last_insert_rowid()"),
+        // Two lookups by key rather than one sorted query: sorting, even one row,
+        // sets up and tears down a sorter at every call.
+        memberMode(c, u"SELECT Coalesce((SELECT FMode FROM dh_Switch WHERE FComponent=? AND FMethod=? AND "
+                      u"FMode<>'missing'), (SELECT FMode FROM dh_Switch WHERE FComponent=? AND FMethod='*' AND "
+                      u"FMode<>'missing'))"),
+        creationMode(c, u"SELECT FMode FROM dh_Switch WHERE FComponent=? AND FMode='missing' LIMIT 1"),
+        sessionOf(c, u"SELECT FUserID, FLanguage, FPropsString FROM dh_Session WHERE FProcessID=?"),
+        userById(c, userQuery(u"FUserID=?")),
+        userByName(c, userQuery(u"FName=?")) {}
+  static ustring userQuery(const char16_t* condition) {
+    return u"SELECT FUserID, FName, FEmpID, FForbidden FROM t_User WHERE " + ustring(condition) +
+           u" ORDER BY FUserID LIMIT 1";
+  }
+  odbc::Statement journalCall, journalResult, lastInsertId, memberMode, creationMode, sessionOf, userById, userByName;
+};
+
 HostDb::HostDb() : HostDb(databasePath()) {}
+
+HostDb::~HostDb() = default;
 
 HostDb::HostDb(const ustring& path) : path_(path) {
   conn_ = std::make_unique<odbc::Connection>(connectStringFor(path));
@@ -79,7 +111,295 @@ HostDb::HostDb(const ustring& path) : path_(path) {
   if (has.isEmpty() || has.toI4() != 1)
     throw Error(hosterr::NoDatabase, u"'" + path + u"' is not a development host database (no dh_Journal table)",
                 u"LumoDevHost");
+  // Every call commits twice (its journal row, then its result). With the write-
+  // ahead log a commit appends to the log instead of rewriting and flushing a
+  // rollback journal, and readers in other processes (the tests, the sqlite3
+  // shell) still see each commit as soon as it is made. The mode stays with the
+  // file; normal syncing is per connection and safe with the log.
+  if (sqlite_) {
+    conn_->query(u"PRAGMA journal_mode=WAL");
+    conn_->query(u"PRAGMA synchronous=NORMAL");
+  }
+  st_ = std::make_unique<Statements>(*conn_);
 }
+
+// ---------------------------------------------------------------------------
+// The connections kept per database.
+
+namespace {
+
+#ifdef _WIN32
+// Whether a path still names the file a connection was opened on, under Wine
+// or Windows.
+//
+// The file itself is never opened here. Under Wine the SQLite driver is the
+// native one and keeps POSIX advisory locks on the database; closing any
+// descriptor of that file in this process drops all of them (POSIX ties such
+// locks to the process and the file, not to the descriptor). Another process
+// then takes the database for unused, folds the log in and deletes it under
+// the open connections. So opening the path to compare volume serial and file
+// index (and closing it) is out, quite apart from its cost: about 0.3 ms under
+// Wine, which looks the volume serial up anew every time (and it is the
+// drive's, the same for every file under Z:); opening alone costs about 40 us.
+//
+// The exact test lists the file's directory for the file's name (opening the
+// directory, not the file) and compares the file id, Wine's inode number. It
+// costs about 70 us as well, so it is kept for when something changed. The usual
+// check reads the directory's times by its path without opening anything
+// (about 8 us). Whatever changes which file the path names changes them:
+// adding, removing or renaming an entry sets the directory's change time, and
+// another directory put at the directory's path has a change time of its own,
+// from when it was made or put there; no program can set a change time. Hence,
+// once the exact test has found the directory with a change time older than
+// the moment of the test (by more than the file system clock's step), equal
+// times later mean the same directory with the same entries. Writing the
+// database changes only the file, not its directory. When the times differ
+// (an entry of the directory changed, or it changed just before the test) the
+// exact test decides and takes note of the times anew. (Not covered: a symbolic
+// link in the path pointed at another directory whose change and write times
+// are the same to the 100 ns.)
+class FileIdentity {
+ public:
+  static std::unique_ptr<FileIdentity> of(const ustring& path) {
+    std::unique_ptr<FileIdentity> f(new FileIdentity(windowsPath(path)));
+    if (!f->identify(true)) return nullptr;
+    return f;
+  }
+
+  bool stillNamed() const {
+    if (settled_) {
+      Seen now;
+      if (!directoryTimes(now)) return false;  // the directory is gone
+      if (now.change == seen_.change && now.write == seen_.write && now.creation == seen_.creation) return true;
+    }
+    return identify(false);
+  }
+
+ private:
+  explicit FileIdentity(std::wstring dos) : dosPath_(std::move(dos)) {
+    // An absolute DOS path ("Z:\dir\name") splits into directory and name.
+    std::size_t slash = dosPath_.rfind(L'\\');
+    if (dosPath_.size() > 3 && dosPath_[1] == L':' && slash != std::wstring::npos && slash >= 2 &&
+        slash + 1 < dosPath_.size()) {
+      directory_ = dosPath_.substr(0, slash == 2 ? 3 : slash);
+      ntDirectory_ = L"\\??\\" + directory_;
+      name_ = dosPath_.substr(slash + 1);
+    }
+  }
+
+  // The layouts NtQueryFullAttributesFile and NtQueryDirectoryFile fill.
+  struct NetworkOpenInfo {
+    LONGLONG creation, access, write, change, allocation, endOfFile;
+    ULONG attributes;
+  };
+  struct IdBothDirInfo {
+    ULONG next, index;
+    LONGLONG creation, access, write, change, endOfFile, allocation;
+    ULONG attributes, nameLength, eaSize;
+    CCHAR shortNameLength;
+    WCHAR shortName[12];
+    LONGLONG fileId;
+    WCHAR name[1];
+  };
+  static_assert(offsetof(IdBothDirInfo, fileId) == 96 && offsetof(IdBothDirInfo, name) == 104,
+                "the layout NtQueryDirectoryFile fills");
+  static constexpr ULONG kFileIdBothDirectoryInformation = 37;
+  struct Seen {  // the directory's times
+    LONGLONG creation = 0, write = 0, change = 0;
+  };
+
+  struct Nt {
+    using QueryPath = LONG(NTAPI*)(OBJECT_ATTRIBUTES*, NetworkOpenInfo*);
+    using QueryDirectory = LONG(NTAPI*)(HANDLE, HANDLE, void*, void*, IO_STATUS_BLOCK*, void*, ULONG, ULONG, BOOLEAN,
+                                        UNICODE_STRING*, BOOLEAN);
+    QueryPath queryPath = nullptr;
+    QueryDirectory queryDirectory = nullptr;
+    static const Nt& get() {
+      static const Nt nt = [] {
+        Nt n;
+        if (HMODULE ntdll = GetModuleHandleW(L"ntdll.dll")) {
+          n.queryPath =
+              reinterpret_cast<QueryPath>(reinterpret_cast<void*>(GetProcAddress(ntdll, "NtQueryFullAttributesFile")));
+          n.queryDirectory =
+              reinterpret_cast<QueryDirectory>(reinterpret_cast<void*>(GetProcAddress(ntdll, "NtQueryDirectoryFile")));
+        }
+        return n;
+      }();
+      return nt;
+    }
+  };
+
+  // LUMO_DEVHOST_DB holds a unix path under Wine (the SQLite driver is the
+  // native one); Windows code reaches it through Wine's mapping of unix paths.
+  static std::wstring windowsPath(const ustring& path) {
+    std::wstring w(path.begin(), path.end());
+    if (path.empty() || path[0] != u'/') return w;
+    using ToDos = WCHAR*(CDECL*)(const char*);
+    static const ToDos toDos = reinterpret_cast<ToDos>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_dos_file_name")));
+    if (toDos) {
+      if (WCHAR* dos = toDos(toUtf8(path).c_str())) {
+        std::wstring r(dos);
+        HeapFree(GetProcessHeap(), 0, dos);
+        if (r.rfind(L"\\\\?\\", 0) == 0) r.erase(0, 4);  // the plain form suits the calls made here
+        return r;
+      }
+    }
+    for (auto& c : w)
+      if (c == L'/') c = L'\\';
+    return L"Z:" + w;
+  }
+
+  bool directoryTimes(Seen& out) const {
+    UNICODE_STRING name;
+    name.Buffer = const_cast<wchar_t*>(ntDirectory_.c_str());
+    name.Length = name.MaximumLength = static_cast<USHORT>(ntDirectory_.size() * sizeof(wchar_t));
+    OBJECT_ATTRIBUTES attributes;
+    InitializeObjectAttributes(&attributes, &name, OBJ_CASE_INSENSITIVE, nullptr, nullptr);
+    NetworkOpenInfo info{};
+    if (Nt::get().queryPath(&attributes, &info) != 0 || !(info.attributes & FILE_ATTRIBUTE_DIRECTORY)) return false;
+    out.creation = info.creation;
+    out.write = info.write;
+    out.change = info.change;
+    return true;
+  }
+
+  // The exact test: the directory's times, then the file id its listing gives
+  // the name. The first time it takes note of the id; later it tells whether
+  // the id is still the same, and then takes note of the times anew.
+  bool identify(bool first) const {
+    const Nt& nt = Nt::get();
+    if (!nt.queryPath || !nt.queryDirectory || name_.empty()) return false;
+    const LONGLONG before = systemTime();
+    Seen times;
+    if (!directoryTimes(times)) return false;
+    HANDLE dir = CreateFileW(directory_.c_str(), FILE_LIST_DIRECTORY,
+                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                             FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (dir == INVALID_HANDLE_VALUE) return false;
+    alignas(8) unsigned char buffer[sizeof(IdBothDirInfo) + MAX_PATH * 2 * sizeof(WCHAR)];
+    UNICODE_STRING mask;
+    mask.Buffer = const_cast<wchar_t*>(name_.c_str());
+    mask.Length = mask.MaximumLength = static_cast<USHORT>(name_.size() * sizeof(wchar_t));
+    IO_STATUS_BLOCK io;
+    LONG status = nt.queryDirectory(dir, nullptr, nullptr, nullptr, &io, buffer, sizeof buffer,
+                                    kFileIdBothDirectoryInformation, TRUE, &mask, TRUE);
+    CloseHandle(dir);
+    if (status != 0) return false;
+    const auto* info = reinterpret_cast<const IdBothDirInfo*>(buffer);
+    if (info->attributes & FILE_ATTRIBUTE_DIRECTORY) return false;
+    if (!first && info->fileId != fileId_) return false;
+    fileId_ = info->fileId;
+    seen_ = times;
+    // File systems stamp times from a clock that steps (a few milliseconds on
+    // Linux; whole seconds on some, whose times then have no fraction).
+    const LONGLONG step = times.change % 10000000 != 0 ? 500000 : 30000000;  // 50 ms, or 3 s
+    settled_ = times.change < before - step;
+    return true;
+  }
+
+  // Now, in the units of file times (a clock that lags only makes the check
+  // more careful).
+  static LONGLONG systemTime() {
+    FILETIME t;
+    GetSystemTimeAsFileTime(&t);
+    return static_cast<LONGLONG>((static_cast<ULONGLONG>(t.dwHighDateTime) << 32) | t.dwLowDateTime);
+  }
+
+  std::wstring dosPath_;
+  std::wstring directory_;    // "Z:\dir"
+  std::wstring ntDirectory_;  // "\??\Z:\dir"
+  std::wstring name_;         // "name"
+  mutable LONGLONG fileId_ = 0;
+  mutable Seen seen_;
+  mutable bool settled_ = false;  // whether equal times mean the same directory and entries
+};
+#else
+// Whether a path still names the file a connection was opened on: the device
+// and inode the path leads to now against those it led to before opening. The
+// connection keeps its file open, so the inode cannot be reused meanwhile.
+class FileIdentity {
+ public:
+  static std::unique_ptr<FileIdentity> of(const ustring& path) {
+    std::unique_ptr<FileIdentity> f(new FileIdentity(toUtf8(path)));
+    struct stat st;
+    if (::stat(f->path_.c_str(), &st) != 0) return nullptr;
+    f->dev_ = st.st_dev;
+    f->ino_ = st.st_ino;
+    return f;
+  }
+  bool stillNamed() const {
+    struct stat st;
+    return ::stat(path_.c_str(), &st) == 0 && st.st_dev == dev_ && st.st_ino == ino_;
+  }
+
+ private:
+  explicit FileIdentity(std::string path) : path_(std::move(path)) {}
+  std::string path_;
+  dev_t dev_ = 0;
+  ino_t ino_ = 0;
+};
+#endif
+
+// The kept connections, the most recently used first. A few are kept, so that
+// switching between databases does not reopen them; one no component holds any
+// more is closed when it falls off the end.
+class Connections {
+ public:
+  std::shared_ptr<HostDb> get(const ustring& path) {
+    const std::thread::id thread = std::this_thread::get_id();
+    std::vector<Entry> dropped;  // closed outside the lock
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      for (std::size_t k = 0; k < entries_.size(); ++k) {
+        if (entries_[k].thread != thread || entries_[k].path != path) continue;
+        if (entries_[k].file->stillNamed()) {
+          std::rotate(entries_.begin(), entries_.begin() + static_cast<std::ptrdiff_t>(k),
+                      entries_.begin() + static_cast<std::ptrdiff_t>(k) + 1);
+          return entries_.front().db;
+        }
+        dropped.push_back(std::move(entries_[k]));
+        entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(k));
+        break;
+      }
+    }
+    // The file is taken note of before the connection opens it: should it be
+    // replaced in between, the next check finds the difference and opens again.
+    Entry e{path, thread, nullptr, FileIdentity::of(path)};
+    e.db = std::make_shared<HostDb>(path);  // raises; a failure is not kept
+    std::shared_ptr<HostDb> db = e.db;
+    if (!e.file || !e.file->stillNamed()) return db;  // replaced while opening: used once, not kept
+    std::lock_guard<std::mutex> lock(mutex_);
+    entries_.insert(entries_.begin(), std::move(e));
+    while (entries_.size() > kKept) {
+      dropped.push_back(std::move(entries_.back()));
+      entries_.pop_back();
+    }
+    return db;
+  }
+
+ private:
+  static constexpr std::size_t kKept = 8;
+  struct Entry {
+    ustring path;
+    std::thread::id thread;
+    std::shared_ptr<HostDb> db;
+    std::unique_ptr<FileIdentity> file;
+  };
+  std::mutex mutex_;
+  std::vector<Entry> entries_;
+};
+
+Connections& connections() {
+  static Connections c;
+  return c;
+}
+
+}  // namespace
+
+std::shared_ptr<HostDb> HostDb::forPath(const ustring& path) { return connections().get(path); }
+
+std::shared_ptr<HostDb> HostDb::current() { return forPath(databasePath()); }
 
 static const char16_t* kindText(InvokeKind kind) {
   switch (kind) {
@@ -92,18 +412,18 @@ static const char16_t* kindText(InvokeKind kind) {
 
 long long HostDb::journalCall(const ustring& component, const ustring& method, InvokeKind kind,
                              const ustring& arguments) {
-  conn_->execute(u"INSERT INTO dh_Journal (FProcessID, FComponent, FMethod, FKind, FArguments) VALUES (?,?,?,?,?)",
-                 {static_cast<int32_t>(currentProcessId()), component, method, ustring(kindText(kind)), arguments});
+  st_->journalCall.execute(
+      {static_cast<int32_t>(currentProcessId()), component, method, ustring(kindText(kind)), arguments});
   return lastInsertId();
 }
 
 long long HostDb::lastInsertId() {
-  Variant id = conn_->scalar(u"SELECT last_insert_rowid()");
+  Variant id = st_->lastInsertId.scalar();
   return id.isNumeric() ? static_cast<long long>(id.toDouble()) : 0;
 }
 
 void HostDb::journalResult(long long seq, const ustring& result) {
-  conn_->execute(u"UPDATE dh_Journal SET FResult=? WHERE FSeq=?", {result, static_cast<double>(seq)});
+  st_->journalResult.execute({result, static_cast<double>(seq)});
 }
 
 static SwitchMode modeOf(const Variant& v) {
@@ -116,21 +436,13 @@ static SwitchMode modeOf(const Variant& v) {
 }
 
 SwitchMode HostDb::memberMode(const ustring& component, const ustring& method) {
-  Variant m = conn_->scalar(
-      u"SELECT FMode FROM dh_Switch WHERE FComponent=? AND (FMethod=? OR FMethod='*') AND FMode<>'missing' "
-      u"ORDER BY FMethod='*' LIMIT 1",
-      {component, method});
-  return modeOf(m);
+  return modeOf(st_->memberMode.scalar({component, method, component}));
 }
 
-SwitchMode HostDb::creationMode(const ustring& component) {
-  Variant m = conn_->scalar(u"SELECT FMode FROM dh_Switch WHERE FComponent=? AND FMode='missing' LIMIT 1", {component});
-  return modeOf(m);
-}
+SwitchMode HostDb::creationMode(const ustring& component) { return modeOf(st_->creationMode.scalar({component})); }
 
-std::optional<User> HostDb::userWhere(const ustring& condition, const Variant& value) {
-  odbc::Result r = conn_->query(
-      u"SELECT FUserID, FName, FEmpID, FForbidden FROM t_User WHERE " + condition + u" ORDER BY FUserID LIMIT 1", {value});
+std::optional<User> HostDb::userWhere(odbc::Statement& st, const Variant& value) {
+  odbc::Result r = st.run({value});
   if (r.rows.empty()) return std::nullopt;
   const auto& row = r.rows[0];
   User u;
@@ -141,8 +453,8 @@ std::optional<User> HostDb::userWhere(const ustring& condition, const Variant& v
   return u;
 }
 
-std::optional<User> HostDb::userById(int32_t id) { return userWhere(u"FUserID=?", id); }
-std::optional<User> HostDb::userByName(const ustring& name) { return userWhere(u"FName=?", name); }
+std::optional<User> HostDb::userById(int32_t id) { return userWhere(st_->userById, id); }
+std::optional<User> HostDb::userByName(const ustring& name) { return userWhere(st_->userByName, name); }
 
 User HostDb::resolveSession(const Variant& props) {
   const Variant& p = props.deref();
@@ -189,8 +501,7 @@ bool HostDb::isAdministrator(const User& u) {
 }
 
 std::optional<Session> HostDb::sessionOf(uint32_t processId) {
-  odbc::Result r = conn_->query(
-      u"SELECT FUserID, FLanguage, FPropsString FROM dh_Session WHERE FProcessID=?", {static_cast<int32_t>(processId)});
+  odbc::Result r = st_->sessionOf.run({static_cast<int32_t>(processId)});
   if (r.rows.empty()) return std::nullopt;
   Session s;
   s.processId = processId;

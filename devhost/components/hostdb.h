@@ -1,6 +1,8 @@
 // The development host's view of its database: where it is, the call journal,
 // the failure switches, the signed-in sessions and the users behind a session
-// string. One HostDb is one ODBC connection; each component instance owns one.
+// string. One HostDb is one ODBC connection. Components share the connection
+// forPath() keeps for their database, as a middle tier pools its connections:
+// opening one per component would cost more than the call it serves.
 #pragma once
 
 #include <cstdint>
@@ -60,9 +62,26 @@ std::optional<ustring> sessionEntry(ustring_view props, ustring_view key);
 
 class HostDb {
  public:
+  ~HostDb();
+  HostDb(const HostDb&) = delete;
+  HostDb& operator=(const HostDb&) = delete;
+
   // Opens the database named by LUMO_DEVHOST_DB.
   HostDb();
+  // Opens its own connection (in write-ahead-log mode with normal syncing, so
+  // that a journal write costs no flush to disk); raises NoDatabase for a file
+  // that is not a development host database.
   explicit HostDb(const ustring& path);
+
+  // The connection this process keeps for the database at path, opened on first
+  // use. It is opened anew when the path names another file than the one it was
+  // opened on (the generator deletes and writes the file anew). A database that
+  // cannot be opened raises, and the next request tries again. Each thread gets
+  // a connection of its own: a connection's transaction and last inserted key
+  // belong to one caller at a time.
+  static std::shared_ptr<HostDb> forPath(const ustring& path);
+  // forPath(databasePath()).
+  static std::shared_ptr<HostDb> current();
 
   odbc::Connection& connection() { return *conn_; }
   const ustring& path() const { return path_; }
@@ -101,10 +120,14 @@ class HostDb {
   void removeSession(uint32_t processId);
 
  private:
-  std::optional<User> userWhere(const ustring& condition, const Variant& value);
+  std::optional<User> userWhere(odbc::Statement& st, const Variant& value);
   ustring path_;
   std::unique_ptr<odbc::Connection> conn_;
   bool sqlite_ = true;
+  // The statements every call or creation runs, prepared once (declared after
+  // the connection: they go first).
+  struct Statements;
+  std::unique_ptr<Statements> st_;
 };
 
 }  // namespace lumo::devhost

@@ -266,25 +266,20 @@ Variant fetchValue(SQLHSTMT st, SQLUSMALLINT col, int16_t sqlType) {
   return valueFromText(sqlType, text);
 }
 
-}  // namespace
-
-Result Connection::query(const ustring& sql, const Args& params) {
-  Handle st(SQL_HANDLE_STMT, h_->dbc.get());
-  std::vector<Param> store;
-  bindParams(st.get(), params, store);
+// The result of a statement that has just run (r is what executing it returned):
+// every row fetched, or the rows affected.
+Result collect(SQLHSTMT st, SQLRETURN r) {
   Result res;
-  SQLRETURN r = SQLExecDirectW(st.get(), w(sql), SQL_NTS);
   if (r == SQL_NO_DATA) {  // a searched update or delete that touched nothing
     res.rowsAffected = 0;
     return res;
   }
-  if (!ok(r)) fail(kErrStatement, u"the statement failed", SQL_HANDLE_STMT, st.get());
+  if (!ok(r)) fail(kErrStatement, u"the statement failed", SQL_HANDLE_STMT, st);
   SQLSMALLINT ncols = 0;
-  if (!ok(SQLNumResultCols(st.get(), &ncols)))
-    fail(kErrStatement, u"cannot count the result columns", SQL_HANDLE_STMT, st.get());
+  if (!ok(SQLNumResultCols(st, &ncols))) fail(kErrStatement, u"cannot count the result columns", SQL_HANDLE_STMT, st);
   if (ncols == 0) {
     SQLLEN n = -1;
-    SQLRowCount(st.get(), &n);
+    SQLRowCount(st, &n);
     res.rowsAffected = n;
     return res;
   }
@@ -292,22 +287,31 @@ Result Connection::query(const ustring& sql, const Args& params) {
     SQLWCHAR name[256];
     SQLSMALLINT nameLen = 0, type = 0, digits = 0, nullable = 0;
     SQLULEN size = 0;
-    if (!ok(SQLDescribeColW(st.get(), c, name, 256, &nameLen, &type, &size, &digits, &nullable)))
-      fail(kErrStatement, u"cannot describe column " + toText(c), SQL_HANDLE_STMT, st.get());
+    if (!ok(SQLDescribeColW(st, c, name, 256, &nameLen, &type, &size, &digits, &nullable)))
+      fail(kErrStatement, u"cannot describe column " + toText(c), SQL_HANDLE_STMT, st);
     std::size_t n = static_cast<std::size_t>(nameLen < 255 ? nameLen : 255);
     res.columns.push_back({ustring(reinterpret_cast<const char16_t*>(name), n), type});
   }
   for (;;) {
-    r = SQLFetch(st.get());
+    r = SQLFetch(st);
     if (r == SQL_NO_DATA) break;
-    if (!ok(r)) fail(kErrStatement, u"cannot fetch a row", SQL_HANDLE_STMT, st.get());
+    if (!ok(r)) fail(kErrStatement, u"cannot fetch a row", SQL_HANDLE_STMT, st);
     std::vector<Variant> row;
     row.reserve(res.columns.size());
     for (SQLUSMALLINT c = 1; c <= static_cast<SQLUSMALLINT>(ncols); ++c)
-      row.push_back(fetchValue(st.get(), c, res.columns[c - 1].sqlType));
+      row.push_back(fetchValue(st, c, res.columns[c - 1].sqlType));
     res.rows.push_back(std::move(row));
   }
   return res;
+}
+
+}  // namespace
+
+Result Connection::query(const ustring& sql, const Args& params) {
+  Handle st(SQL_HANDLE_STMT, h_->dbc.get());
+  std::vector<Param> store;
+  bindParams(st.get(), params, store);
+  return collect(st.get(), SQLExecDirectW(st.get(), w(sql), SQL_NTS));
 }
 
 long long Connection::execute(const ustring& sql, const Args& params) {
@@ -336,6 +340,49 @@ static void endTransaction(SQLHANDLE dbc, SQLSMALLINT how) {
 
 void Connection::commit() { endTransaction(h_->dbc.get(), SQL_COMMIT); }
 void Connection::rollback() { endTransaction(h_->dbc.get(), SQL_ROLLBACK); }
+
+struct Statement::Prepared {
+  Handle st;
+  explicit Prepared(SQLHANDLE dbc) : st(SQL_HANDLE_STMT, dbc) {}
+};
+
+Statement::Statement(Connection& c, ustring sql) : c_(c), sql_(std::move(sql)) {}
+
+Statement::~Statement() = default;
+
+Result Statement::run(const Args& params) {
+  if (!p_) {
+    auto p = std::make_unique<Prepared>(c_.h_->dbc.get());
+    if (!ok(SQLPrepareW(p->st.get(), w(sql_), SQL_NTS)))
+      fail(kErrStatement, u"the statement failed", SQL_HANDLE_STMT, p->st.get());
+    p_ = std::move(p);
+  }
+  SQLHSTMT st = p_->st.get();
+  std::vector<Param> store;
+  // The cursor is closed and the parameters unbound after every run, fetched or
+  // failed: an open cursor would hold its read back and keep later runs from
+  // seeing other connections' commits.
+  struct Close {
+    SQLHSTMT st;
+    ~Close() {
+      SQLFreeStmt(st, SQL_CLOSE);
+      SQLFreeStmt(st, SQL_RESET_PARAMS);
+    }
+  } close{st};
+  bindParams(st, params, store);
+  return collect(st, SQLExecute(st));
+}
+
+long long Statement::execute(const Args& params) {
+  Result r = run(params);
+  return r.columns.empty() ? r.rowsAffected : static_cast<long long>(r.rows.size());
+}
+
+Variant Statement::scalar(const Args& params) {
+  Result r = run(params);
+  if (r.rows.empty() || r.rows[0].empty()) return {};
+  return r.rows[0][0];
+}
 
 ustring Connection::dbmsName() {
   SQLWCHAR buf[128] = {};

@@ -63,8 +63,32 @@ class Connection {
   ustring dbmsName();
 
  private:
+  friend class Statement;
   struct Handles;
   std::unique_ptr<Handles> h_;
+};
+
+// A statement run often on one connection: prepared at its first run and kept,
+// so that the database parses it once rather than at every run. Each run binds
+// its parameters anew, fetches every row and closes the cursor, so nothing of a
+// run stays open (a later run sees what other connections committed meanwhile).
+// Lives no longer than its connection.
+class Statement {
+ public:
+  Statement(Connection& c, ustring sql);
+  ~Statement();
+  Statement(const Statement&) = delete;
+  Statement& operator=(const Statement&) = delete;
+
+  Result run(const Args& params = {});
+  long long execute(const Args& params = {});
+  Variant scalar(const Args& params = {});
+
+ private:
+  struct Prepared;
+  Connection& c_;
+  ustring sql_;
+  std::unique_ptr<Prepared> p_;
 };
 
 // Commits at commit(), rolls back when left without it.

@@ -135,5 +135,56 @@ TEST_F(Odbc, TransactionRollsBackUnlessCommitted) {
 
 TEST_F(Odbc, ReportsTheDbmsName) { EXPECT_EQ(u8(c_->dbmsName()), "SQLite"); }
 
+// --- statements prepared once ---------------------------------------------------
+
+TEST_F(Odbc, APreparedStatementRunsAgainWithNewParameters) {
+  odbc::Statement insert(*c_, u"INSERT INTO t (i, s) VALUES (?,?)");
+  odbc::Statement find(*c_, u"SELECT s FROM t WHERE i=?");
+  for (int32_t k = 1; k <= 3; ++k) EXPECT_EQ(insert.execute({k, ustring(u"第") + toText(k)}), 1);
+  EXPECT_EQ(find.scalar({int32_t(2)}), Variant(u"第2"));
+  EXPECT_EQ(find.scalar({int32_t(3)}), Variant(u"第3"));
+  EXPECT_TRUE(find.scalar({int32_t(9)}).isEmpty());
+  odbc::Result r = find.run({int32_t(1)});
+  ASSERT_EQ(r.columns.size(), 1u);
+  EXPECT_EQ(u8(r.columns[0].name), "s");
+  ASSERT_EQ(r.rows.size(), 1u);
+  EXPECT_EQ(r.rows[0][0], Variant(u"第1"));
+  // A run without the parameter it needs fails and the next one is not disturbed.
+  EXPECT_THROW(find.run(), Error);
+  EXPECT_EQ(find.scalar({int32_t(1)}), Variant(u"第1"));
+}
+
+TEST_F(Odbc, APreparedStatementThatCannotRunRaisesWithTheMessage) {
+  odbc::Statement bad(*c_, u"SELECT * FROM no_such_table");
+  try {
+    bad.run();
+    FAIL() << "ran";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.number(), odbc::kErrStatement);
+    EXPECT_NE(e.description().find(u"no such table"), ustring::npos) << u8(e.description());
+  }
+}
+
+// In write-ahead-log mode a read that stays open keeps its snapshot: a kept
+// statement must see another connection's commits at its next run and must not
+// hold the log back from being copied into the database.
+TEST_F(Odbc, APreparedStatementSeesOtherConnectionsCommitsAndHoldsNoReadBetweenRuns) {
+  EXPECT_EQ(c_->scalar(u"PRAGMA journal_mode=WAL"), Variant(u"wal"));
+  auto other = test::openDb(path_);
+  odbc::Statement count(*c_, u"SELECT COUNT(*) FROM t");
+  EXPECT_EQ(count.scalar(), Variant(int32_t(0)));
+  other->execute(u"INSERT INTO t (i) VALUES (1)");
+  EXPECT_EQ(count.scalar(), Variant(int32_t(1)));
+  other->execute(u"INSERT INTO t (i) VALUES (2)");
+  // A passive checkpoint copies every frame unless some reader still needs an older state.
+  odbc::Result r = other->query(u"PRAGMA wal_checkpoint(PASSIVE)");
+  ASSERT_EQ(r.rows.size(), 1u);
+  ASSERT_EQ(r.rows[0].size(), 3u);
+  EXPECT_EQ(r.rows[0][0], Variant(int32_t(0)));  // not busy
+  EXPECT_GT(r.rows[0][1].toI4(), 0);
+  EXPECT_EQ(r.rows[0][2], r.rows[0][1]);  // all of the log copied
+  EXPECT_EQ(count.scalar(), Variant(int32_t(2)));
+}
+
 }  // namespace
 }  // namespace lumo::devhost

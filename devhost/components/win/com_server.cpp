@@ -27,8 +27,7 @@ LONG g_factories = 0;  // class factories handed out and not yet released
 // cannot be opened is not a reason to refuse: the calls report it.
 bool switchedMissing(const ComponentClass& c) {
   try {
-    HostDb db;
-    return db.creationMode(c.progId) == SwitchMode::Missing;
+    return HostDb::current()->creationMode(c.progId) == SwitchMode::Missing;
   } catch (...) {
     return false;
   }

@@ -371,31 +371,111 @@ TEST_F(DevHostCom, CanUnloadOnlyWhenNoObjectIsAlive) {
 // The script host's view: JScript creates the components by ProgID and reads a
 // recordset as a script does. The probe prints a closing summary line; a run
 // without it has died somewhere.
-TEST_F(DevHostCom, JScriptProbeThroughCscript) {
+// Runs a script with cscript and answers what it printed.
+std::string runCscript(const ustring& script) {
   wchar_t tmp[MAX_PATH];
   GetTempPathW(MAX_PATH, tmp);
   ustring out = ustring(reinterpret_cast<const char16_t*>(tmp)) + u"devhost-probe.txt";
   SECURITY_ATTRIBUTES sa{sizeof sa, nullptr, TRUE};
   HANDLE file = CreateFileW(wz(out), GENERIC_WRITE, FILE_SHARE_READ, &sa, CREATE_ALWAYS, 0, nullptr);
-  ASSERT_NE(file, INVALID_HANDLE_VALUE);
+  if (file == INVALID_HANDLE_VALUE) return "cannot write " + u8(out);
   STARTUPINFOW si{};
   si.cb = sizeof si;
   si.dwFlags = STARTF_USESTDHANDLES;
   si.hStdOutput = file;
   si.hStdError = file;
   si.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-  ustring cmd = u"cscript.exe //nologo \"" + windowsPath(LUMO_PROBE_JS) + u"\"";
+  ustring cmd = u"cscript.exe //nologo \"" + script + u"\"";
   std::wstring cmdLine(wz(cmd));
   PROCESS_INFORMATION pi{};
-  ASSERT_TRUE(CreateProcessW(nullptr, cmdLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi));
-  EXPECT_EQ(WaitForSingleObject(pi.hProcess, 120000), WAIT_OBJECT_0);
+  if (!CreateProcessW(nullptr, cmdLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi)) {
+    CloseHandle(file);
+    return "cannot start cscript";
+  }
+  bool ended = WaitForSingleObject(pi.hProcess, 120000) == WAIT_OBJECT_0;
   CloseHandle(pi.hThread);
   CloseHandle(pi.hProcess);
   CloseHandle(file);
   std::string text = readFile(out);
   DeleteFileW(wz(out));
+  return ended ? text : text + "\n(cscript did not end)";
+}
+
+TEST_F(DevHostCom, JScriptProbeThroughCscript) {
+  std::string text = runCscript(windowsPath(LUMO_PROBE_JS));
   EXPECT_NE(text.find("probe: 29 passed, 0 failed"), std::string::npos) << text;
   EXPECT_EQ(text.find("FAIL"), std::string::npos) << text;
+}
+
+// Another process using the database and closing its connection while this
+// one keeps its own: nothing this process does (checking the file behind the
+// path included) may drop the locks that tell the other process the database
+// is still in use, or it folds the log in and deletes it under our connection.
+TEST_F(DevHostCom, AnotherProcessClosingItsConnectionLeavesOursWorking) {
+  signIn(u"张伟", u"cht");
+  EXPECT_EQ(create(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage"), Variant(u"cht"));
+  EXPECT_EQ(create(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage"), Variant(u"cht"));
+  wchar_t tmp[MAX_PATH];
+  GetTempPathW(MAX_PATH, tmp);
+  ustring script = ustring(reinterpret_cast<const char16_t*>(tmp)) + u"devhost-other.js";
+  {
+    HANDLE f = CreateFileW(wz(script), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    ASSERT_NE(f, INVALID_HANDLE_VALUE);
+    const char text[] = "WScript.Echo('other: ' + new ActiveXObject('LumoLangInfo.LangInfo').CurrentLanguage);\r\n";
+    DWORD n = 0;
+    WriteFile(f, text, sizeof text - 1, &n, nullptr);
+    CloseHandle(f);
+  }
+  std::string out = runCscript(script);
+  DeleteFileW(wz(script));
+  EXPECT_NE(out.find("other: chs"), std::string::npos) << out;  // another process, no session of its own
+  Variant before = db_->scalar(u"SELECT COUNT(*) FROM dh_Journal WHERE FMethod='CurrentLanguage'");
+  EXPECT_EQ(create(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage"), Variant(u"cht"));
+  odbc::Connection fresh(u"Driver=SQLite3;Database=" + envDb());
+  EXPECT_EQ(fresh.scalar(u"SELECT COUNT(*) FROM dh_Journal WHERE FMethod='CurrentLanguage'").toI4(), before.toI4() + 1);
+  EXPECT_EQ(fresh.scalar(u"SELECT FResult FROM dh_Journal ORDER BY FSeq DESC LIMIT 1"), Variant(u"'cht'"));
+}
+
+// The components keep one connection per database. When the file at the path is
+// replaced while the process lives, the next component opens the new file:
+// first a file written over the old one (which loses its last link), then the
+// old one moved away and a new one put in its place (the old one keeps a link).
+// Like the generator, the replacement takes the old file's log with it.
+TEST_F(DevHostCom, ADatabaseReplacedWhileTheProcessLivesIsOpenedAnew) {
+  const ustring path = windowsPath(toUtf8(envDb()).c_str());
+  const ustring spare = windowsPath(LUMO_SPARE_DB);
+  auto journalled = [&] {
+    odbc::Connection c(u"Driver=SQLite3;Database=" + envDb());
+    return c.scalar(u"SELECT COUNT(*) FROM dh_Journal WHERE FMethod='CurrentLanguage'").toI4();
+  };
+  auto replace = [&](bool keepOld) {
+    ASSERT_TRUE(CopyFileW(wz(spare), wz(path + u".new"), FALSE));
+    if (keepOld) {
+      ASSERT_TRUE(MoveFileExW(wz(path), wz(path + u".old"), MOVEFILE_REPLACE_EXISTING));
+    }
+    DeleteFileW(wz(path + u"-wal"));
+    DeleteFileW(wz(path + u"-shm"));
+    ASSERT_TRUE(MoveFileExW(wz(path + u".new"), wz(path), MOVEFILE_REPLACE_EXISTING)) << GetLastError();
+  };
+  signIn(u"张伟", u"cht");
+  EXPECT_EQ(create(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage"), Variant(u"cht"));
+  ASSERT_GE(journalled(), 1);
+
+  ObjectPtr held = create(u"LumoLangInfo.LangInfo");  // keeps the old connection alive
+  replace(false);
+  EXPECT_EQ(journalled(), 0);
+  EXPECT_EQ(create(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage"), Variant(u"chs"));  // no session here yet
+  EXPECT_EQ(journalled(), 1);
+
+  signIn(u"张伟", u"en");
+  replace(true);
+  EXPECT_EQ(create(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage"), Variant(u"chs"));
+  EXPECT_EQ(journalled(), 1);
+  held.reset();
+  EXPECT_EQ(journalled(), 1);
+  DeleteFileW(wz(path + u".old"));
+  // The rest of the suite goes on with the new file.
+  db_ = std::make_unique<odbc::Connection>(u"Driver=SQLite3;Database=" + envDb());
 }
 
 TEST(VtAppSvr, ReadTcpWritesADottedIPv4AddressAndReturnsOne) {

@@ -8,13 +8,20 @@ if(TARGET LumoDevHost)
   add_test(NAME devhost_wine_db
     COMMAND ${LUMO_DBGEN_EXE} --quiet --out ${LUMO_WINE_DB} --resources ${CMAKE_CURRENT_SOURCE_DIR}/wine/resources.tsv)
   set_tests_properties(devhost_wine_db PROPERTIES FIXTURES_SETUP devhost_wine_db LABELS "devhost")
+  # A second database, never opened, that a test writes over the first while the
+  # components keep their connection.
+  set(LUMO_WINE_SPARE_DB ${CMAKE_CURRENT_BINARY_DIR}/wine-spare.db)
+  add_test(NAME devhost_wine_spare_db
+    COMMAND ${LUMO_DBGEN_EXE} --quiet --out ${LUMO_WINE_SPARE_DB} --resources ${CMAKE_CURRENT_SOURCE_DIR}/wine/resources.tsv)
+  set_tests_properties(devhost_wine_spare_db PROPERTIES FIXTURES_SETUP devhost_wine_db LABELS "devhost")
 
   lumo_test(devhost_com_tests SOURCES wine/com_tests.cpp LIBS lumo_devhost_components lumo_automation_win)
   add_dependencies(devhost_com_tests LumoDevHost vtappsvr ${LUMO_DBGEN_TARGET})
   target_compile_definitions(devhost_com_tests PRIVATE
     LUMO_DEVHOST_DLL="$<TARGET_FILE:LumoDevHost>"
     LUMO_VTAPPSVR_DLL="$<TARGET_FILE:vtappsvr>"
-    LUMO_PROBE_JS="${CMAKE_CURRENT_SOURCE_DIR}/wine/probe.js")
+    LUMO_PROBE_JS="${CMAKE_CURRENT_SOURCE_DIR}/wine/probe.js"
+    LUMO_SPARE_DB="${LUMO_WINE_SPARE_DB}")
   set_tests_properties(devhost_com_tests PROPERTIES
     FIXTURES_REQUIRED devhost_wine_db
     ENVIRONMENT "LUMO_DEVHOST_DB=${LUMO_WINE_DB}"
