@@ -106,9 +106,12 @@ void CheckTree::insert(sms::NodeId node) {
   HTREEITEM item = TreeView_InsertItem(hwnd_, &ins);
   if (!item) return;
   items_[node] = item;
-  // Some tree views reset the state image on insertion; set it again when so
-  // (setting it costs as much as the insertion itself).
-  if (itemChecked(item) != model_.checked(node)) setItemCheck(item, model_.checked(node));
+  // Some tree views drop the state image given on insertion, and a new item of a
+  // check-box tree is unchecked: only a checked node is read back and set again
+  // when so. Reading an item back is not free: Wine's control looks every item
+  // handle up in a list of all its items, so a read after each insertion made
+  // loading a branch cost in proportion to the whole tree.
+  if (model_.checked(node) && !itemChecked(item)) setItemCheck(item, true);
 }
 
 void CheckTree::nodeAdded(sms::NodeId node) {
