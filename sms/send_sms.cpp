@@ -160,6 +160,8 @@ void SendSmsPresenter::formLoad() {
     view_.setCaption(Control::chkRestore, loadVtString(u"短信可回复"));
     view_.setCaption(Control::cmdSend, loadVtString(u"发送(&S)"));
     view_.setCaption(Control::cmdCancel, loadVtString(u"取消"));
+    view_.setReceiverMenu({loadVtString(u"撤消(&U)"), loadVtString(u"剪切(&T)"), loadVtString(u"复制(&C)"),
+                           loadVtString(u"粘贴(&P)"), loadVtString(u"删除(&D)"), loadVtString(u"全选(&A)")});
     // The counter starts at the full length, whatever the box holds.
     view_.setCaption(Control::lblSms, counterText(kMaxMessageLength));
     // Only the tree of the shown tab can be reached.

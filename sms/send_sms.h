@@ -61,6 +61,8 @@ class SendSmsView {
 
   virtual void setCaption(Control control, const ustring& text) = 0;
   virtual void setToolTip(Control control, const ustring& text) = 0;
+  // The receiver box's context menu, in the order of ReceiverMenu.
+  virtual void setReceiverMenu(const std::array<ustring, 6>& captions) { (void)captions; }
 
   // Gives the keyboard focus to a tree (its selected node is the model's).
   virtual void focusTree(Tree tree) = 0;
@@ -71,6 +73,9 @@ class SendSmsView {
   // without one keeps its own font.
   virtual ObjectPtr formObject() { return nullptr; }
 };
+
+// The receiver box's context menu items.
+enum class ReceiverMenu : int32_t { Undo, Cut, Copy, Paste, Delete, SelectAll };
 
 // ---- the rules, as plain functions ----------------------------------------------------
 

@@ -96,6 +96,18 @@ TEST_F(Window, CaptionsAreLookedUp) {
   EXPECT_EQ(view.captions[Control::lblSms], u"en:" + kCounter130);
 }
 
+TEST_F(Window, TheReceiverBoxMenuIsLookedUpInItsOrder) {
+  open();
+  EXPECT_EQ(view.receiverMenu, (std::array<ustring, 6>{u"撤消(&U)", u"剪切(&T)", u"复制(&C)", u"粘贴(&P)", u"删除(&D)",
+                                                      u"全选(&A)"}));
+  view.receiverMenu = {};
+  fake.setCurrentLanguage(u"en");
+  sms::SendSmsPresenter english{view};
+  english.formLoad();
+  EXPECT_EQ(view.receiverMenu[static_cast<int>(sms::ReceiverMenu::Undo)], u"en:撤消(&U)");
+  EXPECT_EQ(view.receiverMenu[static_cast<int>(sms::ReceiverMenu::SelectAll)], u"en:全选(&A)");
+}
+
 TEST_F(Window, TheCounterStartsAtTheFullLengthWhateverTheBoxHolds) {
   view.message = u"已有文字";
   open();

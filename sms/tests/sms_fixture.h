@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <map>
 #include <set>
 #include <utility>
@@ -80,6 +81,7 @@ class FakeView : public sms::SendSmsView {
   int32_t maxLength = 0;
   bool restore = false;
   std::map<sms::Control, ustring> captions, toolTips;
+  std::array<ustring, 6> receiverMenu;
   std::vector<sms::Tree> focused;
   int closes = 0;
   ObjectPtr form;
@@ -96,6 +98,7 @@ class FakeView : public sms::SendSmsView {
   bool restoreChecked() const override { return restore; }
   void setCaption(sms::Control c, const ustring& t) override { captions[c] = t; }
   void setToolTip(sms::Control c, const ustring& t) override { toolTips[c] = t; }
+  void setReceiverMenu(const std::array<ustring, 6>& captions) override { receiverMenu = captions; }
   void focusTree(sms::Tree tree) override { focused.push_back(tree); }
   void close() override { ++closes; }
   ObjectPtr formObject() override { return form; }

@@ -337,8 +337,9 @@ void FrmSendSms::createControls() {
   TabCtrl_InsertItem(tab_, 0, &item);
   TabCtrl_InsertItem(tab_, 1, &item);
   cmdAdd_ = createControl(hwnd_, L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_OWNERDRAW, 0, idCmdAdd);
-  mobile_ = createControl(hwnd_, L"EDIT", WS_VISIBLE | WS_TABSTOP | ES_MULTILINE | ES_AUTOVSCROLL | WS_VSCROLL,
-                          WS_EX_CLIENTEDGE, idMobile);
+  // Our own box: the system's edit control cannot hold a list of thousands of
+  // numbers in useful time under every platform the host runs on.
+  mobile_ = win32::createNumberBox(hwnd_, idMobile, WS_VISIBLE | WS_TABSTOP | WS_VSCROLL, WS_EX_CLIENTEDGE);
   SetWindowSubclass(mobile_, &FrmSendSms::receiverKeyProc, 1, 0);
   lblInfo_ = createControl(hwnd_, L"STATIC", WS_VISIBLE | SS_LEFT | SS_NOPREFIX, 0, idLblInfo);
   cmdClearMobile_ = createControl(hwnd_, L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdClearMobile);
@@ -505,6 +506,18 @@ void FrmSendSms::setCaption(Control c, const ustring& text) {
     win32::setWindowText(h, text);
     if (c == Control::cmdAdd) InvalidateRect(h, nullptr, TRUE);
   }
+}
+
+void FrmSendSms::setReceiverMenu(const std::array<ustring, 6>& captions) {
+  auto at = [&](ReceiverMenu item) { return captions[static_cast<std::size_t>(item)]; };
+  win32::NumberBoxMenuTexts texts;
+  texts.undo = at(ReceiverMenu::Undo);
+  texts.cut = at(ReceiverMenu::Cut);
+  texts.copy = at(ReceiverMenu::Copy);
+  texts.paste = at(ReceiverMenu::Paste);
+  texts.del = at(ReceiverMenu::Delete);
+  texts.selectAll = at(ReceiverMenu::SelectAll);
+  win32::setNumberBoxMenuTexts(mobile_, texts);
 }
 
 void FrmSendSms::setToolTip(Control c, const ustring& text) {

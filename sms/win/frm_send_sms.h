@@ -17,6 +17,7 @@
 #include "sms/send_sms.h"
 #include "win32/check_tree.h"
 #include "win32/controls.h"
+#include "win32/number_box.h"
 
 namespace lumo::sms::win {
 
@@ -74,6 +75,7 @@ class FrmSendSms final : public SendSmsView, private win32::CheckTreeListener {
   bool restoreChecked() const override;
   void setCaption(Control control, const ustring& text) override;
   void setToolTip(Control control, const ustring& text) override;
+  void setReceiverMenu(const std::array<ustring, 6>& captions) override;
   void focusTree(Tree tree) override;
   void close() override;
   ObjectPtr formObject() override { return formFont_.form(); }
