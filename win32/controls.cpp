@@ -13,9 +13,11 @@ ustring fromWide(const wchar_t* s, std::size_t n) { return ustring(reinterpret_c
 ustring windowText(HWND hwnd) {
   const int n = GetWindowTextLengthW(hwnd);
   if (n <= 0) return {};
-  std::vector<wchar_t> buf(static_cast<std::size_t>(n) + 1);
-  const int got = GetWindowTextW(hwnd, buf.data(), n + 1);
-  return fromWide(buf.data(), static_cast<std::size_t>(got > 0 ? got : 0));
+  // Read straight into the result: a receiver list can be megabytes long.
+  ustring text(static_cast<std::size_t>(n), u'\0');
+  const int got = GetWindowTextW(hwnd, reinterpret_cast<wchar_t*>(&text[0]), n + 1);
+  text.resize(static_cast<std::size_t>(got > 0 ? std::min(got, n) : 0));
+  return text;
 }
 
 void setWindowText(HWND hwnd, const ustring& text) { SetWindowTextW(hwnd, wz(text)); }

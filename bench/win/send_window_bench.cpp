@@ -740,7 +740,7 @@ class SizeRun {
   // Every host call the window's search makes, in its order, without the window:
   // per department the language (the placeholder's text looked up), then GetData
   // with a session string read for it (the property manager, the language) and
-  // the rows read field by field. The add-in's own work is what the window needs
+  // the rows read field by field, one call per value. The add-in's own work is what the window needs
   // beyond this.
   double replaySearch() {
     auto language = [] { win::createByProgId(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage"); };
@@ -757,13 +757,18 @@ class SizeRun {
       props += u";Language=chs";
       ObjectPtr rs = component->call(u"GetData", {props, membersSql(dept.id)}).toObject();
       component.reset();
+      // As the window reads a result: each column's field object asked for once,
+      // then its value read on every row.
+      ObjectPtr fields = rs->get(u"Fields").toObject();
+      ObjectPtr mobile, id, name;
       while (!rs->get(u"EOF").toBool()) {
-        auto field = [&](const char16_t* name) {
-          return rs->get(u"Fields").toObject()->get(u"Item", {ustring(name)}).toObject()->get(u"Value");
+        auto value = [&](ObjectPtr& field, const char16_t* column) {
+          if (!field) field = fields->get(u"Item", {ustring(column)}).toObject();
+          return field->get(u"Value");
         };
-        field(u"FMobilePhone");
-        field(u"FItemID");
-        field(u"FName");
+        value(mobile, u"FMobilePhone");
+        value(id, u"FItemID");
+        value(name, u"FName");
         ++people;
         rs->call(u"MoveNext");
       }
