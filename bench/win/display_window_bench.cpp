@@ -24,20 +24,14 @@
 #include <string>
 #include <vector>
 
+#include "tests/win_support.h"
+
 namespace {
 
-// ---- timing ------------------------------------------------------------------------
+using lumo::winsupport::drain;
+using lumo::winsupport::nowMs;
 
-double nowMs() {
-  static LARGE_INTEGER freq = [] {
-    LARGE_INTEGER f;
-    QueryPerformanceFrequency(&f);
-    return f;
-  }();
-  LARGE_INTEGER t;
-  QueryPerformanceCounter(&t);
-  return static_cast<double>(t.QuadPart) * 1000.0 / static_cast<double>(freq.QuadPart);
-}
+// ---- failing -----------------------------------------------------------------------
 
 [[noreturn]] void fail(const char* what, long code = 0) {
   std::fprintf(stderr, "display_window_bench: %s (0x%08lx)\n", what, static_cast<unsigned long>(code));
@@ -61,15 +55,6 @@ std::wstring windowsPath(const char* path) {
 
 // Handles every queued message and paints whatever is invalid, until a pass finds
 // nothing left: the window then shows what it was asked to show.
-// Handles every message already queued.
-void drain() {
-  MSG msg;
-  while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
-    TranslateMessage(&msg);
-    DispatchMessageW(&msg);
-  }
-}
-
 void untilPainted(HWND top) {
   for (int pass = 0; pass < 10000; ++pass) {
     bool busy = false;
@@ -88,6 +73,19 @@ void untilPainted(HWND top) {
     if (!busy) return;
   }
   fail("the window never settled");
+}
+
+// The End key pressed on a list of n rows, until the window is painted; the last
+// row must then be on screen. Returns the time taken.
+double endKey(HWND list, HWND top, int n, const char* missed) {
+  const double start = nowMs();
+  SendMessageW(list, WM_KEYDOWN, VK_END, 0);
+  SendMessageW(list, WM_KEYUP, VK_END, 0);
+  untilPainted(top);
+  const double ms = nowMs() - start;
+  const int first = ListView_GetTopIndex(list), perPage = ListView_GetCountPerPage(list);
+  if (first + perPage < n || first >= n) fail(missed);
+  return ms;
 }
 
 // ---- rows ----------------------------------------------------------------------------
@@ -316,13 +314,7 @@ Times windowRound(const Server& server, Rows& rows, int round) {
   if (ListView_GetTopIndex(list) != 0) fail("the list does not start at its first row");
 
   // ---- scroll to the last row ------------------------------------------------------------
-  start = nowMs();
-  SendMessageW(list, WM_KEYDOWN, VK_END, 0);
-  SendMessageW(list, WM_KEYUP, VK_END, 0);
-  untilPainted(w);
-  t.scroll = nowMs() - start;
-  const int top = ListView_GetTopIndex(list), perPage = ListView_GetCountPerPage(list);
-  if (top + perPage < n || top >= n) fail("the last row is not on screen");
+  t.scroll = endKey(list, w, n, "the last row is not on screen");
   if (ListView_GetNextItem(list, -1, LVNI_FOCUSED) != n - 1) fail("the last row is not the focused one");
   if (b.getLong(L"Row") != n) fail("the builder's Row is not the last row");
   wchar_t buf[64] = {};
@@ -398,13 +390,7 @@ Times rawRound(Rows& rows) {
   untilPainted(w);
   t.show = nowMs() - start;
 
-  start = nowMs();
-  SendMessageW(list, WM_KEYDOWN, VK_END, 0);
-  SendMessageW(list, WM_KEYUP, VK_END, 0);
-  untilPainted(w);
-  t.scroll = nowMs() - start;
-  const int top = ListView_GetTopIndex(list), perPage = ListView_GetCountPerPage(list);
-  if (top + perPage < n || top >= n) fail("the bare list did not reach its last row");
+  t.scroll = endKey(list, w, n, "the bare list did not reach its last row");
   DestroyWindow(w);
   drain();
   return t;

@@ -53,11 +53,18 @@
 #include "devhost/components/odbc.h"
 #include "devhost/components/sql_dialect.h"
 #include "sms/win/frm_send_sms.h"
+#include "tests/sms/send_windows.h"
+#include "tests/win_support.h"
+#include "win32/controls.h"
 
 namespace {
 
 using namespace lumo;
 using namespace lumo::sms::win;
+using lumo::win32::windowText;
+using lumo::winsupport::drain;
+using lumo::winsupport::nowMs;
+using lumo::winsupport::sendWindows;
 namespace odbc = lumo::devhost::odbc;
 
 // ---- small helpers ----------------------------------------------------------------------
@@ -74,25 +81,6 @@ void check(bool ok, const std::string& what) {
   if (!ok) fail(what);
 }
 
-double nowMs() {
-  static LARGE_INTEGER frequency = [] {
-    LARGE_INTEGER f;
-    QueryPerformanceFrequency(&f);
-    return f;
-  }();
-  LARGE_INTEGER t;
-  QueryPerformanceCounter(&t);
-  return static_cast<double>(t.QuadPart) * 1000.0 / static_cast<double>(frequency.QuadPart);
-}
-
-ustring textOf(HWND h) {
-  const int n = GetWindowTextLengthW(h);
-  if (n <= 0) return {};
-  std::vector<wchar_t> buf(static_cast<std::size_t>(n) + 1);
-  const int got = GetWindowTextW(h, buf.data(), n + 1);
-  return ustring(reinterpret_cast<const char16_t*>(buf.data()), got > 0 ? static_cast<std::size_t>(got) : 0);
-}
-
 ustring itemText(HWND tree, HTREEITEM item) {
   wchar_t buf[512];
   TVITEMW tv{};
@@ -106,21 +94,12 @@ ustring itemText(HWND tree, HTREEITEM item) {
 
 bool itemChecked(HWND tree, HTREEITEM item) { return (TreeView_GetItemState(tree, item, TVIS_STATEIMAGEMASK) >> 12) == 2; }
 
-// Runs every message waiting for this thread, as the host's loop would, until none is left.
-void pumpIdle() {
-  MSG msg;
-  while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
-    TranslateMessage(&msg);
-    DispatchMessageW(&msg);
-  }
-}
-
 // Waiting messages run, then whatever is left to paint is painted now.
 void settle(HWND w) {
-  pumpIdle();
+  drain();
   RedrawWindow(w, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
   GdiFlush();
-  pumpIdle();
+  drain();
 }
 
 ustring windowsPath(const char* unixPath) {
@@ -297,7 +276,7 @@ struct PlainWindow {
   }
   ~PlainWindow() {
     DestroyWindow(frame);
-    pumpIdle();
+    drain();
   }
 };
 
@@ -317,21 +296,9 @@ HTREEITEM insertItem(HWND tree, HTREEITEM parent, const ustring& text, bool expa
 
 // ---- the send window -----------------------------------------------------------------------
 
-BOOL CALLBACK collectSendWindow(HWND hwnd, LPARAM out) {
-  if (IsWindowVisible(hwnd) && GetDlgItem(hwnd, idCmdSend) && GetDlgItem(hwnd, idDepartments))
-    reinterpret_cast<std::vector<HWND>*>(out)->push_back(hwnd);
-  return TRUE;
-}
-
-std::vector<HWND> sendWindows() {
-  std::vector<HWND> found;
-  EnumThreadWindows(GetCurrentThreadId(), collectSendWindow, reinterpret_cast<LPARAM>(&found));
-  return found;
-}
-
 void closeWindow(HWND w) {
   SendMessageW(w, WM_CLOSE, 0, 0);
-  pumpIdle();
+  drain();
   check(!IsWindow(w), "the send window did not close");
 }
 
@@ -354,7 +321,7 @@ LRESULT CALLBACK boxHook(int code, WPARAM wParam, LPARAM lParam) {
   } else if (g_box && code == HCBT_ACTIVATE) {
     HWND box = reinterpret_cast<HWND>(wParam);
     if (HWND text = GetDlgItem(box, 0xFFFF)) {
-      g_box->text = textOf(text);
+      g_box->text = windowText(text);
       PostMessageW(box, WM_COMMAND, IDOK, 0);
     }
   }
@@ -542,7 +509,7 @@ class SizeRun {
     const Department& dept = all_.departments[targetDept_];
     const Person& target = dept.members[targetMember_];
     SetWindowTextW(GetDlgItem(w, idFind), wz(target.name));
-    pumpIdle();
+    drain();
     pressTimed(w, idCmdFind, f_.searchWindow, f_.journalSearch);
     HTREEITEM selected = TreeView_GetSelection(tree);
     check(selected != nullptr, "the search selected nothing");
@@ -552,7 +519,7 @@ class SizeRun {
     check(GetFocus() == tree, "the search did not give the tree the focus");
     // The same find once everything is loaded: the walk and the selection alone.
     TreeView_SelectItem(tree, TreeView_GetRoot(tree));
-    pumpIdle();
+    drain();
     std::string again;
     pressTimed(w, idCmdFind, f_.findAgain, again);
     check(itemText(tree, TreeView_GetSelection(tree)) == target.text, "the second search missed");
@@ -582,7 +549,7 @@ class SizeRun {
       TreeView_SelectItem(tree, item);
       PostMessageW(tree, WM_KEYDOWN, VK_SPACE, 1);
       PostMessageW(tree, WM_KEYUP, VK_SPACE, 0xC0000001);
-      pumpIdle();
+      drain();
     }
     f_.checkAll.take(nowMs() - t0);
     for (HTREEITEM item = TreeView_GetRoot(tree); item; item = TreeView_GetNextSibling(tree, item))
@@ -597,15 +564,15 @@ class SizeRun {
 
     // (c) Add.
     SetWindowTextW(mobile, L"");
-    pumpIdle();
+    drain();
     pressTimed(w, idCmdAdd, f_.addWindow, f_.journalAdd);
-    check(textOf(mobile) == expectedAdd_, "Add gave another list than the plain join");
+    check(windowText(mobile) == expectedAdd_, "Add gave another list than the plain join");
 
     // (d) the number check, run by Send.
     SetWindowTextW(mobile, wz(numbers_));
     SetWindowTextW(GetDlgItem(w, idMessage), L"月度例会改到周五下午三点");
-    pumpIdle();
-    check(textOf(mobile) == numbers_, "the receiver box did not take the whole list");
+    drain();
+    check(windowText(mobile) == numbers_, "the receiver box did not take the whole list");
     BoxWatch verdict;
     g_box = &verdict;
     verdict.hook = SetWindowsHookExW(WH_CBT, boxHook, nullptr, GetCurrentThreadId());

@@ -22,16 +22,9 @@ namespace {
 using test::errorOf;
 using test::u8;
 
-// What the sqlite3 shell, another process, prints for a query.
+// What the sqlite3 shell, another process, prints for a query, without the line end.
 std::string shell(const std::string& path, const std::string& sql) {
-  std::string cmd = "sqlite3 \"" + path + "\" \"" + sql + "\"";
-  FILE* p = ::popen(cmd.c_str(), "r");
-  std::string out;
-  if (!p) return out;
-  char buf[4096];
-  std::size_t n;
-  while ((n = std::fread(buf, 1, sizeof buf, p)) > 0) out.append(buf, n);
-  ::pclose(p);
+  std::string out = test::sqliteShell(path, sql);
   while (!out.empty() && (out.back() == '\n' || out.back() == '\r')) out.pop_back();
   return out;
 }

@@ -67,9 +67,10 @@ inline std::unique_ptr<odbc::Connection> openDb(const std::string& path) {
 inline std::string u8(const ustring& s) { return toUtf8(s); }
 inline std::string u8(const Variant& v) { return toUtf8(v.describe()); }
 
-// `sqlite3 FILE .dump`
-inline std::string dump(const std::string& path) {
-  std::string cmd = "sqlite3 \"" + path + "\" .dump";
+// What the sqlite3 shell, another process, prints for FILE and its arguments
+// (each argument passed in double quotes).
+inline std::string sqliteShell(const std::string& path, const std::string& argument) {
+  std::string cmd = "sqlite3 \"" + path + "\" \"" + argument + "\"";
   FILE* p = ::popen(cmd.c_str(), "r");
   std::string out;
   if (!p) return out;
@@ -79,5 +80,8 @@ inline std::string dump(const std::string& path) {
   ::pclose(p);
   return out;
 }
+
+// `sqlite3 FILE .dump`
+inline std::string dump(const std::string& path) { return sqliteShell(path, ".dump"); }
 
 }  // namespace lumo::devhost::test

@@ -15,24 +15,14 @@
 #include "display/displayer.h"
 #include "display/win/frm_displayer.h"
 #include "fake_platform.h"
+#include "tests/win_support.h"
 
 namespace lumo::display::test {
 namespace {
 
 using lumo::display::win::kDisplayerClass;
 using lumo::display::win::kMenuIdBase;
-
-void pump(int milliseconds) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
-  MSG msg;
-  do {
-    while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
-      TranslateMessage(&msg);
-      DispatchMessageW(&msg);
-    }
-    Sleep(5);
-  } while (std::chrono::steady_clock::now() < end);
-}
+using lumo::winsupport::pumpFor;
 
 // The platform of these tests: help calls are recorded; the help window that
 // HtmlHelp would open is a small hidden window of our own (or none, as when the
@@ -77,7 +67,7 @@ class DisplayHelpKeys : public ::testing::Test {
     window_->setRowSets(rows);
     window_->setRowCount(3);
     window_->show(false);
-    pump(200);
+    pumpFor(200);
     hwnd_ = FindWindowW(kDisplayerClass, L"帮助键测试");
     ASSERT_NE(nullptr, hwnd_);
     list_ = FindWindowExW(hwnd_, nullptr, WC_LISTVIEWW, nullptr);
@@ -86,7 +76,7 @@ class DisplayHelpKeys : public ::testing::Test {
   void TearDown() override {
     if (hwnd_ && IsWindow(hwnd_)) SendMessageW(hwnd_, WM_CLOSE, 0, 0);
     window_.reset();
-    pump(50);
+    pumpFor(50);
   }
 
   // Presses and releases a key as the keyboard does: into the system's input
@@ -97,11 +87,11 @@ class DisplayHelpKeys : public ::testing::Test {
     in[0].ki.wVk = in[1].ki.wVk = vk;
     in[1].ki.dwFlags = KEYEVENTF_KEYUP;
     ASSERT_EQ(2u, SendInput(2, in, sizeof(INPUT)));
-    pump(150);
+    pumpFor(150);
   }
   void menu(DisplayMenu item) {
     SendMessageW(hwnd_, WM_COMMAND, MAKEWPARAM(kMenuIdBase + static_cast<int>(item), 0), 0);
-    pump(50);
+    pumpFor(50);
   }
   // The path the help is asked for: the add-in's folder (the platform's
   // moduleDir) and the help file's name.

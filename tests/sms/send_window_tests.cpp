@@ -19,6 +19,8 @@
 #include "automation/win/bridge.h"
 #include "devhost/components/odbc.h"
 #include "sms/win/frm_send_sms.h"
+#include "tests/sms/send_windows.h"
+#include "win32/controls.h"
 
 namespace lumo {
 inline void PrintTo(const Variant& v, std::ostream* os) { *os << toUtf8(v.describe()); }
@@ -28,6 +30,8 @@ namespace lumo::sendtest {
 namespace {
 
 using namespace lumo::sms::win;
+using lumo::win32::windowText;
+using lumo::winsupport::sendWindows;
 namespace odbc = lumo::devhost::odbc;
 
 const wchar_t* const kTitle = L"发送短信";
@@ -47,12 +51,6 @@ ustring env(const wchar_t* name) {
   wchar_t buf[1024];
   DWORD n = GetEnvironmentVariableW(name, buf, 1024);
   return n && n < 1024 ? ustring(reinterpret_cast<const char16_t*>(buf), n) : ustring();
-}
-
-ustring textOf(HWND h) {
-  wchar_t buf[4096];
-  int n = GetWindowTextW(h, buf, 4096);
-  return ustring(reinterpret_cast<const char16_t*>(buf), n > 0 ? static_cast<std::size_t>(n) : 0);
 }
 
 ustring className(HWND h) {
@@ -89,7 +87,7 @@ BOOL CALLBACK collectBox(HWND hwnd, LPARAM) {
   if (className(hwnd) != u"#32770" || !IsWindowVisible(hwnd)) return TRUE;
   HWND text = GetDlgItem(hwnd, 0xFFFF);  // the message text of a message box
   if (!text) return TRUE;
-  g_boxes.push_back(textOf(text));
+  g_boxes.push_back(windowText(text));
   PostMessageW(hwnd, WM_COMMAND, IDOK, 0);
   return TRUE;
 }
@@ -121,18 +119,6 @@ std::vector<ustring> boxesDuring(const std::function<void()>& action) {
 }
 
 // ---- the send windows ------------------------------------------------------------------
-
-BOOL CALLBACK collectSendWindow(HWND hwnd, LPARAM out) {
-  if (IsWindowVisible(hwnd) && GetDlgItem(hwnd, idCmdSend) && GetDlgItem(hwnd, idDepartments))
-    reinterpret_cast<std::vector<HWND>*>(out)->push_back(hwnd);
-  return TRUE;
-}
-
-std::vector<HWND> sendWindows() {
-  std::vector<HWND> found;
-  EnumThreadWindows(GetCurrentThreadId(), collectSendWindow, reinterpret_cast<LPARAM>(&found));
-  return found;
-}
 
 HTREEITEM rootItem(HWND tree, int index) {
   HTREEITEM item = TreeView_GetRoot(tree);
@@ -344,14 +330,14 @@ TEST_F(SendWindow, CheckedDepartmentTypedNumberAndFullMessageReachTheGatewayAndT
   const ustring props = signIn(u"王建国", u"chs");
   HWND w = openWindow();
   ASSERT_NE(w, nullptr);
-  EXPECT_EQ(textOf(w), u16(kTitle));
+  EXPECT_EQ(windowText(w), u16(kTitle));
   EXPECT_EQ(GetParent(w), nullptr);
   EXPECT_EQ(GetWindow(w, GW_OWNER), nullptr);
   EXPECT_TRUE(GetWindowLongW(w, GWL_STYLE) & WS_THICKFRAME);
-  EXPECT_EQ(textOf(GetDlgItem(w, idLblSms)), u"您还可以输入130字符,末尾将自动加上发送人姓名");
-  EXPECT_EQ(textOf(GetDlgItem(w, idCmdSend)), u"发送(&S)");
-  EXPECT_EQ(textOf(GetDlgItem(w, idCmdAdd)), u"-->");
-  EXPECT_EQ(textOf(GetDlgItem(w, idLblInfo)), u"支持群发,有效号码分隔符为\",\"");
+  EXPECT_EQ(windowText(GetDlgItem(w, idLblSms)), u"您还可以输入130字符,末尾将自动加上发送人姓名");
+  EXPECT_EQ(windowText(GetDlgItem(w, idCmdSend)), u"发送(&S)");
+  EXPECT_EQ(windowText(GetDlgItem(w, idCmdAdd)), u"-->");
+  EXPECT_EQ(windowText(GetDlgItem(w, idLblInfo)), u"支持群发,有效号码分隔符为\",\"");
   EXPECT_EQ(u8(toolTipOf(w, GetDlgItem(w, idCmdAdd))), "添加手机号码");
 
   // The first department: never opened, so its only child is the placeholder.
@@ -394,12 +380,12 @@ TEST_F(SendWindow, CheckedDepartmentTypedNumberAndFullMessageReachTheGatewayAndT
 
   SendMessageW(GetDlgItem(w, idCmdAdd), BM_CLICK, 0, 0);
   HWND mobile = GetDlgItem(w, idMobile);
-  EXPECT_EQ(u8(textOf(mobile)), u8(expected));
+  EXPECT_EQ(u8(windowText(mobile)), u8(expected));
 
   // Typed at the end: digits and "," pass, a letter is dropped.
   typeChars(mobile, u",1390a0011x122");
   const ustring receivers = expected + u",13900011122";
-  EXPECT_EQ(u8(textOf(mobile)), u8(receivers));
+  EXPECT_EQ(u8(windowText(mobile)), u8(receivers));
 
   // Exactly 130 characters: the counter reaches 0 and the box takes no more.
   ustring message;
@@ -409,11 +395,11 @@ TEST_F(SendWindow, CheckedDepartmentTypedNumberAndFullMessageReachTheGatewayAndT
   HWND text = GetDlgItem(w, idMessage);
   EXPECT_EQ(SendMessageW(text, EM_GETLIMITTEXT, 0, 0), 130);
   typeChars(text, message.substr(0, 129));
-  EXPECT_EQ(textOf(GetDlgItem(w, idLblSms)), u"您还可以输入1字符,末尾将自动加上发送人姓名");
+  EXPECT_EQ(windowText(GetDlgItem(w, idLblSms)), u"您还可以输入1字符,末尾将自动加上发送人姓名");
   typeChars(text, message.substr(129));
-  EXPECT_EQ(textOf(GetDlgItem(w, idLblSms)), u"您还可以输入0字符,末尾将自动加上发送人姓名");
+  EXPECT_EQ(windowText(GetDlgItem(w, idLblSms)), u"您还可以输入0字符,末尾将自动加上发送人姓名");
   typeChars(text, u"多");
-  EXPECT_EQ(textOf(text).size(), 130u);
+  EXPECT_EQ(windowText(text).size(), 130u);
   SendMessageW(GetDlgItem(w, idChkRestore), BM_CLICK, 0, 0);
 
   const std::vector<ustring> boxes = boxesDuring([&] { SendMessageW(GetDlgItem(w, idCmdSend), BM_CLICK, 0, 0); });
@@ -451,8 +437,8 @@ TEST_F(SendWindow, CheckedDepartmentTypedNumberAndFullMessageReachTheGatewayAndT
 
   // The window stays open with everything in it; Esc, pressed as a user does,
   // closes it and the closing is logged.
-  EXPECT_EQ(textOf(text), message);
-  EXPECT_EQ(u8(textOf(mobile)), u8(receivers));
+  EXPECT_EQ(windowText(text), message);
+  EXPECT_EQ(u8(windowText(mobile)), u8(receivers));
   pressKey(GetDlgItem(w, idFind), VK_ESCAPE);
   EXPECT_FALSE(IsWindow(w));
 
@@ -542,7 +528,7 @@ TEST_F(SendWindow, DoubleClickOnAPersonAddsTheNumber) {
   const std::size_t open = text.find(u'(');
   ASSERT_NE(open, ustring::npos);
   const ustring number = text.substr(open + 1, text.size() - open - 2);
-  EXPECT_EQ(u8(textOf(GetDlgItem(w, idMobile))), u8(number));
+  EXPECT_EQ(u8(windowText(GetDlgItem(w, idMobile))), u8(number));
 }
 
 TEST_F(SendWindow, EachCallOpensItsOwnWindow) {
@@ -553,7 +539,7 @@ TEST_F(SendWindow, EachCallOpensItsOwnWindow) {
   ASSERT_NE(b, nullptr);
   EXPECT_NE(a, b);
   SetWindowTextW(GetDlgItem(a, idMessage), L"甲");
-  EXPECT_EQ(textOf(GetDlgItem(b, idMessage)), u"");
+  EXPECT_EQ(windowText(GetDlgItem(b, idMessage)), u"");
   // The group tab of one window leaves the other alone.
   HWND tab = GetDlgItem(a, idTab);
   TabCtrl_SetCurSel(tab, 1);
@@ -678,8 +664,8 @@ TEST_F(SendWindow, GatewayFailureIsReportedNothingIsLoggedAndTheTextStays) {
   const std::vector<ustring> boxes = boxesDuring([&] { SendMessageW(GetDlgItem(w, idCmdSend), BM_CLICK, 0, 0); });
   ASSERT_EQ(boxes.size(), 1u);
   EXPECT_EQ(boxes[0], u"短信平台连接失败");
-  EXPECT_EQ(textOf(GetDlgItem(w, idMessage)), u"仓库盘点改到周五");
-  EXPECT_EQ(textOf(mobile), u"13800000001");
+  EXPECT_EQ(windowText(GetDlgItem(w, idMessage)), u"仓库盘点改到周五");
+  EXPECT_EQ(windowText(mobile), u"13800000001");
   EXPECT_EQ(db_->scalar(u"SELECT COUNT(*) FROM dh_Outbox WHERE FMessageID>?", {Variant(lastMessage_)}).toI4(), 0);
   auto log = audit();
   ASSERT_EQ(log.size(), 1u);
@@ -701,12 +687,12 @@ TEST_F(SendWindow, CaptionsFollowTheSessionLanguageOnBothTabs) {
     EXPECT_EQ(u16(lf.lfFaceName), language == u"chs" ? ustring(u"宋体") : ustring(u"Tahoma"));
     EXPECT_EQ(lf.lfCharSet, language == u"chs" ? 134 : 0);
     if (language == u"chs") {
-      EXPECT_EQ(textOf(w), u16(kTitle));
-      EXPECT_EQ(textOf(GetDlgItem(w, idCmdFind)), u"查找(&F)");
+      EXPECT_EQ(windowText(w), u16(kTitle));
+      EXPECT_EQ(windowText(GetDlgItem(w, idCmdFind)), u"查找(&F)");
     } else {
-      EXPECT_NE(textOf(w), u16(kTitle));
-      EXPECT_FALSE(textOf(w).empty());
-      EXPECT_NE(textOf(GetDlgItem(w, idCmdFind)), u"查找(&F)");
+      EXPECT_NE(windowText(w), u16(kTitle));
+      EXPECT_FALSE(windowText(w).empty());
+      EXPECT_NE(windowText(GetDlgItem(w, idCmdFind)), u"查找(&F)");
     }
     HWND tree = GetDlgItem(w, idDepartments);
     clickCheckBox(tree, rootItem(tree, 1));

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "png_writer.h"
+#include "tests/win_support.h"
 #include "win32/controls.h"
 #include "win32/number_box.h"
 
@@ -51,17 +52,7 @@ const wchar_t* hostClass() {
   return L"NumberBoxTestHost";
 }
 
-void pump(int milliseconds = 50) {
-  const DWORD end = GetTickCount() + static_cast<DWORD>(milliseconds);
-  MSG msg;
-  do {
-    while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
-      TranslateMessage(&msg);
-      DispatchMessageW(&msg);
-    }
-    Sleep(5);
-  } while (static_cast<LONG>(end - GetTickCount()) > 0);
-}
+void pump(int milliseconds = 50) { lumo::winsupport::pumpFor(milliseconds); }
 
 int countOf(int code) {
   return static_cast<int>(std::count_if(g_notes.begin(), g_notes.end(),
