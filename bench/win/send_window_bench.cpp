@@ -63,6 +63,8 @@ using namespace lumo;
 using namespace lumo::sms::win;
 using lumo::win32::windowText;
 using lumo::winsupport::drain;
+using lumo::winsupport::itemChecked;
+using lumo::winsupport::itemText;
 using lumo::winsupport::nowMs;
 using lumo::winsupport::sendWindows;
 namespace odbc = lumo::devhost::odbc;
@@ -80,19 +82,6 @@ const wchar_t* wz(const ustring& s) { return reinterpret_cast<const wchar_t*>(s.
 void check(bool ok, const std::string& what) {
   if (!ok) fail(what);
 }
-
-ustring itemText(HWND tree, HTREEITEM item) {
-  wchar_t buf[512];
-  TVITEMW tv{};
-  tv.mask = TVIF_TEXT | TVIF_HANDLE;
-  tv.hItem = item;
-  tv.pszText = buf;
-  tv.cchTextMax = 512;
-  if (!TreeView_GetItem(tree, &tv)) return {};
-  return ustring(reinterpret_cast<const char16_t*>(buf));
-}
-
-bool itemChecked(HWND tree, HTREEITEM item) { return (TreeView_GetItemState(tree, item, TVIS_STATEIMAGEMASK) >> 12) == 2; }
 
 // Waiting messages run, then whatever is left to paint is painted now.
 void settle(HWND w) {

@@ -31,6 +31,8 @@ namespace {
 
 using namespace lumo::sms::win;
 using lumo::win32::windowText;
+using lumo::winsupport::itemChecked;
+using lumo::winsupport::itemText;
 using lumo::winsupport::sendWindows;
 namespace odbc = lumo::devhost::odbc;
 
@@ -124,21 +126,6 @@ HTREEITEM rootItem(HWND tree, int index) {
   HTREEITEM item = TreeView_GetRoot(tree);
   for (int i = 0; i < index && item; ++i) item = TreeView_GetNextSibling(tree, item);
   return item;
-}
-
-ustring itemText(HWND tree, HTREEITEM item) {
-  wchar_t buf[512];
-  TVITEMW tv{};
-  tv.mask = TVIF_TEXT | TVIF_HANDLE;
-  tv.hItem = item;
-  tv.pszText = buf;
-  tv.cchTextMax = 512;
-  if (!TreeView_GetItem(tree, &tv)) return {};
-  return u16(buf);
-}
-
-bool itemChecked(HWND tree, HTREEITEM item) {
-  return (TreeView_GetItemState(tree, item, TVIS_STATEIMAGEMASK) >> 12) == 2;
 }
 
 std::vector<HTREEITEM> children(HWND tree, HTREEITEM item) {

@@ -1,11 +1,14 @@
-// The send windows this thread has open, found by their controls (the window
-// tests and the send window benchmark open them through clsSmsManager).
+// What the send window tests and the send window benchmark read of the real
+// window: the send windows this thread has open, found by their controls, and
+// the items of their trees.
 #pragma once
 
 #include <windows.h>
+#include <commctrl.h>
 
 #include <vector>
 
+#include "automation/text.h"
 #include "sms/win/frm_send_sms.h"
 
 namespace lumo::winsupport {
@@ -22,6 +25,21 @@ inline std::vector<HWND> sendWindows() {
   std::vector<HWND> found;
   EnumThreadWindows(GetCurrentThreadId(), collectSendWindow, reinterpret_cast<LPARAM>(&found));
   return found;
+}
+
+inline ustring itemText(HWND tree, HTREEITEM item) {
+  wchar_t buf[512];
+  TVITEMW tv{};
+  tv.mask = TVIF_TEXT | TVIF_HANDLE;
+  tv.hItem = item;
+  tv.pszText = buf;
+  tv.cchTextMax = 512;
+  if (!TreeView_GetItem(tree, &tv)) return {};
+  return ustring(reinterpret_cast<const char16_t*>(buf));
+}
+
+inline bool itemChecked(HWND tree, HTREEITEM item) {
+  return (TreeView_GetItemState(tree, item, TVIS_STATEIMAGEMASK) >> 12) == 2;
 }
 
 }  // namespace lumo::winsupport
