@@ -1386,8 +1386,7 @@ LRESULT NumberBox::handle(UINT msg, WPARAM wParam, LPARAM lParam) {
   return DefWindowProcW(hwnd_, msg, wParam, lParam);
 }
 
-}  // namespace
-
+// Registers the window class once per load of this module.
 void registerNumberBoxClass() {
   HINSTANCE module = thisModule();
   WNDCLASSEXW wc{};
@@ -1408,7 +1407,7 @@ void registerNumberBoxClass() {
   if (!RegisterClassExW(&wc) && GetLastError() != ERROR_CLASS_ALREADY_EXISTS) throwLastError(u"RegisterClassEx");
 }
 
-void unregisterNumberBoxClass() { UnregisterClassW(kNumberBoxClass, thisModule()); }
+}  // namespace
 
 HWND createNumberBox(HWND parent, int id, DWORD style, DWORD exStyle) {
   registerNumberBoxClass();
@@ -1431,11 +1430,6 @@ bool setNumberBoxMenuTexts(HWND box, const NumberBoxMenuTexts& texts) {
   if (!b) return false;
   b->menuTexts = texts;
   return true;
-}
-
-NumberBoxMenuTexts numberBoxMenuTexts(HWND box) {
-  NumberBox* b = numberBoxOf(box);
-  return b ? b->menuTexts : NumberBoxMenuTexts{};
 }
 
 }  // namespace lumo::win32

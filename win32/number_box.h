@@ -42,16 +42,7 @@ struct NumberBoxMenuTexts {
 // ES_NOHIDESEL keeps the selection shown without the focus.
 HWND createNumberBox(HWND parent, int id, DWORD style, DWORD exStyle);
 
-// Registers the window class (done by createNumberBox; for code that creates the
-// window itself with CreateWindowEx and this module's instance handle).
-void registerNumberBoxClass();
-
-// For the module's unload (DLL_PROCESS_DETACH), once no box is left: the class
-// names this module's window procedure.
-void unregisterNumberBoxClass();
-
 // The context menu's captions of a box; false when 'box' is not one.
 bool setNumberBoxMenuTexts(HWND box, const NumberBoxMenuTexts& texts);
-NumberBoxMenuTexts numberBoxMenuTexts(HWND box);
 
 }  // namespace lumo::win32
