@@ -52,7 +52,16 @@ class AnsiBuffer {
 
 class WindowsPlatform final : public Platform {
  public:
-  ObjectPtr create(const ustring& progId) override { return lumo::win::createByProgId(progId); }
+  // While one action holds them, each component's class object is looked up
+  // once: the system's look-up is what creating a component mostly costs.
+  ObjectPtr create(const ustring& progId) override {
+    return holding_ ? classObjects_.create(progId) : lumo::win::createByProgId(progId);
+  }
+
+  void holdClassObjects(bool hold) override {
+    holding_ = hold;
+    if (!hold) classObjects_.clear();
+  }
 
   uint32_t currentProcessId() override { return GetCurrentProcessId(); }
 
@@ -107,6 +116,8 @@ class WindowsPlatform final : public Platform {
   }
 
  private:
+  bool holding_ = false;
+  lumo::win::ClassObjects classObjects_;
   LateLibrary readTcp_{"vtappsvr.dll", "ReadTcp"};
   LateLibrary htmlHelp_{"hhctrl.ocx", "HtmlHelpA"};
 };

@@ -1,6 +1,7 @@
 #include "host/language.h"
 
 #include "host/platform.h"
+#include "host/session.h"
 
 namespace lumo {
 
@@ -34,6 +35,7 @@ ustring languageTextOf(int16_t code) {
 }
 
 int16_t getLanguageCode() {
+  if (const int16_t kept = ActionScope::keptLanguageCode()) return kept;
   int16_t code = 1;
   try {
     ObjectPtr info = platform().create(u"LumoLangInfo.LangInfo");
@@ -44,6 +46,7 @@ int16_t getLanguageCode() {
   } catch (const std::exception&) {
     // No language information: the host runs in simplified Chinese.
   }
+  ActionScope::keepLanguageCode(code);
   return code;
 }
 

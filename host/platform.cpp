@@ -11,6 +11,8 @@ Platform& platform() {
   return *g_platform;
 }
 
+Platform* installedPlatform() { return g_platform; }
+
 Platform* setPlatform(Platform* p) {
   Platform* previous = g_platform;
   g_platform = p;

@@ -39,6 +39,12 @@ class Platform : public ComponentFactory {
   virtual int32_t setWindowPos(intptr_t window, intptr_t insertAfter, int32_t x, int32_t y, int32_t cx, int32_t cy,
                                uint32_t flags) = 0;
 
+  // While held (one user action that calls the host many times), create() may
+  // keep what it looked up for each component (the class objects) for the next
+  // creation; released, everything kept is let go. Each creation still makes a
+  // new instance. Holds do not nest: the caller holds once.
+  virtual void holdClassObjects(bool hold) { (void)hold; }
+
   // Text handed to and read from the 8-bit ("A") functions above, in the system's
   // 8-bit code page. The defaults map U+0000..U+00FF byte for byte and write '?'
   // for anything else; the Windows platform uses the ANSI code page.
@@ -48,6 +54,8 @@ class Platform : public ComponentFactory {
 
 // The process's platform. Raises 91 when none is installed.
 Platform& platform();
+// The installed platform, or nullptr: for code that must not raise.
+Platform* installedPlatform();
 // Installs the platform (not owned); returns the previous one. nullptr uninstalls.
 Platform* setPlatform(Platform* p);
 

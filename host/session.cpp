@@ -9,13 +9,52 @@ namespace {
 // The module's host-object reference. Nothing in the add-in sets it; a host that
 // hands one over makes it the source of the session string.
 ObjectPtr g_hostObject;
+
+// What the active session scopes keep.
+struct Kept {
+  int depth = 0;
+  Platform* platform = nullptr;  // the one told to hold its class objects
+  bool hasProps = false;
+  ustring props;
+  int16_t language = 0;
+};
+Kept g_kept;
 }  // namespace
+
+ActionScope::ActionScope() {
+  if (g_kept.depth++ > 0) return;
+  g_kept.platform = installedPlatform();
+  if (g_kept.platform) g_kept.platform->holdClassObjects(true);
+}
+
+ActionScope::~ActionScope() {
+  if (--g_kept.depth > 0) return;
+  Platform* held = g_kept.platform;
+  g_kept = Kept();
+  if (held) held->holdClassObjects(false);
+}
+
+const ustring* ActionScope::keptPropsString() { return g_kept.hasProps ? &g_kept.props : nullptr; }
+
+void ActionScope::keepPropsString(const ustring& props) {
+  if (g_kept.depth == 0) return;
+  g_kept.props = props;
+  g_kept.hasProps = true;
+}
+
+int16_t ActionScope::keptLanguageCode() { return g_kept.language; }
+
+void ActionScope::keepLanguageCode(int16_t code) {
+  if (g_kept.depth > 0) g_kept.language = code;
+}
 
 void setHostObject(ObjectPtr host) { g_hostObject = std::move(host); }
 
 ustring getPropsString() {
-  if (g_hostObject) return g_hostObject->get(u"PropsString").toString();
-  return getShareProp(u"PropsString").toString();
+  if (const ustring* kept = ActionScope::keptPropsString()) return *kept;
+  ustring props = g_hostObject ? g_hostObject->get(u"PropsString").toString() : getShareProp(u"PropsString").toString();
+  ActionScope::keepPropsString(props);
+  return props;
 }
 
 Variant getShareProp(const ustring& name) {

@@ -17,6 +17,26 @@ Variant getShareProp(const ustring& name);
 // substring search (a key ending in sName matches too). Never fails: "" when absent.
 ustring getPropertyExt(const ustring& name);
 
+// One user action that calls the host many times (opening every branch of a tree
+// to search it) reads the session string and the language once: while a scope
+// lives, each is read on first use and kept; a failed read keeps nothing. The
+// platform may keep the components' class objects meanwhile. Scopes nest; the
+// outermost one forgets what was kept. Used on the host's UI thread only.
+class ActionScope {
+ public:
+  ActionScope();
+  ~ActionScope();
+  ActionScope(const ActionScope&) = delete;
+  ActionScope& operator=(const ActionScope&) = delete;
+
+  // What the scope has kept: nullptr, or 0 for the language, when no scope is
+  // active or nothing has been read yet. Keeping outside a scope does nothing.
+  static const ustring* keptPropsString();
+  static void keepPropsString(const ustring& props);
+  static int16_t keptLanguageCode();
+  static void keepLanguageCode(int16_t code);
+};
+
 // The module's host-object reference: when set, getPropsString reads its
 // PropsString property instead of asking the property manager.
 void setHostObject(ObjectPtr host);

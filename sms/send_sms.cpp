@@ -145,6 +145,8 @@ bool SendSmsPresenter::isRelateEmp() {
 
 void SendSmsPresenter::formLoad() {
   errorTrap(source(u"Form_Load"), [&] {
+    // Some thirty captions are looked up: the language is asked for once.
+    ActionScope session;
     view_.setCaption(Control::Form, loadVtString(u"发送短信"));
     view_.setCaption(Control::faRecevie, loadVtString(u"接收号码"));
     view_.setCaption(Control::tabDepartment, loadVtString(u"部门"));
@@ -400,6 +402,9 @@ void SendSmsPresenter::loadEveryNode(Tree which) {
 
 void SendSmsPresenter::find(bool next) {
   errorTrap(source(next ? u"cmdFindNext_Click" : u"cmdFind_Click"), [&] {
+    // Opening every branch calls the host for each: the session string and the
+    // language are read once for the whole search.
+    ActionScope session;
     const Tree which = currentTree();
     const char16_t letter = letterOf(which);
     std::size_t& position = searchPosition_[index(which)];

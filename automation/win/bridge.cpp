@@ -601,19 +601,57 @@ ObjectPtr objectOf(IDispatch* d) {
   return static_cast<ObjectDispatch*>(p)->object();
 }
 
+namespace {
+[[noreturn]] void notRegistered(const ustring& progId) {
+  throw Error(errnum::CannotCreateObject,
+              standardDescription(errnum::CannotCreateObject) + u" (" + progId + u" is not registered)");
+}
+
+[[noreturn]] void cannotCreate(const ustring& progId, HRESULT hr) {
+  throw Error(errnum::CannotCreateObject,
+              standardDescription(errnum::CannotCreateObject) + u" (" + progId + u": " + systemMessage(hr) + u")");
+}
+
+constexpr DWORD kServers = CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER;
+}  // namespace
+
 ObjectPtr createByProgId(const ustring& progId) {
   CLSID clsid;
   HRESULT hr = CLSIDFromProgID(wz(progId), &clsid);
-  if (FAILED(hr))
-    throw Error(errnum::CannotCreateObject,
-                standardDescription(errnum::CannotCreateObject) + u" (" + progId + u" is not registered)");
+  if (FAILED(hr)) notRegistered(progId);
   ComPtr<IDispatch> d;
-  hr = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER, IID_IDispatch,
-                        reinterpret_cast<void**>(d.put()));
-  if (FAILED(hr) || !d)
-    throw Error(errnum::CannotCreateObject,
-                standardDescription(errnum::CannotCreateObject) + u" (" + progId + u": " + systemMessage(hr) + u")");
+  hr = CoCreateInstance(clsid, nullptr, kServers, IID_IDispatch, reinterpret_cast<void**>(d.put()));
+  if (FAILED(hr) || !d) cannotCreate(progId, FAILED(hr) ? hr : E_NOINTERFACE);
   return std::make_shared<DispatchObject>(d);
+}
+
+ObjectPtr ClassObjects::create(const ustring& progId) {
+  const DWORD thread = GetCurrentThreadId();
+  auto it = entries_.begin();
+  for (; it != entries_.end(); ++it)
+    if (it->thread == thread && equalsNoCase(it->progId, progId)) break;
+  if (it == entries_.end()) {
+    CLSID clsid;
+    if (FAILED(CLSIDFromProgID(wz(progId), &clsid))) notRegistered(progId);
+    ComPtr<IClassFactory> factory;
+    HRESULT hr = CoGetClassObject(clsid, kServers, nullptr, IID_IClassFactory, reinterpret_cast<void**>(factory.put()));
+    if (FAILED(hr) || !factory) cannotCreate(progId, FAILED(hr) ? hr : E_NOINTERFACE);
+    entries_.push_back(Entry{progId, thread, std::move(factory)});
+    it = entries_.end() - 1;
+  }
+  ComPtr<IDispatch> d;
+  const HRESULT hr = it->factory->CreateInstance(nullptr, IID_IDispatch, reinterpret_cast<void**>(d.put()));
+  if (FAILED(hr) || !d) {
+    entries_.erase(it);
+    cannotCreate(progId, FAILED(hr) ? hr : E_NOINTERFACE);
+  }
+  return std::make_shared<DispatchObject>(d);
+}
+
+void ClassObjects::clear() {
+  // Moved out first: releasing a class object may call back into code that creates.
+  std::vector<Entry> old;
+  old.swap(entries_);
 }
 
 }  // namespace lumo::win

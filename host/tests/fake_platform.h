@@ -104,6 +104,10 @@ class FakePlatform : public Platform {
   void addLogServer(int32_t result = 1);
   std::vector<Variant> batchLogs;  // the record collections handed to WriteBatchLog
 
+  // What holdClassObjects was told, in order.
+  std::vector<bool> classObjectHolds;
+  void holdClassObjects(bool hold) override { classObjectHolds.push_back(hold); }
+
   // ---- operating system ----------------------------------------------------
   uint32_t processId = 4242;
   uint32_t currentProcessId() override { return processId; }

@@ -1,4 +1,5 @@
 #include "host_test.h"
+#include "host/language.h"
 #include "host/parse.h"
 #include "host/session.h"
 
@@ -146,6 +147,73 @@ TEST_F(Session, WithoutPlatformTheCallRaises91) {
   Platform* mine = setPlatform(nullptr);
   EXPECT_EQ(errorNumberOf([] { getPropsString(); }), errnum::ObjectVariableNotSet);
   setPlatform(mine);
+}
+
+// ---- one action, one reading ---------------------------------------------------------
+
+TEST_F(Session, AScopeReadsTheSessionAndTheLanguageOnce) {
+  session(u"UserName=x");
+  fake.setCurrentLanguage(u"en");
+  {
+    ActionScope action;
+    for (int i = 0; i < 5; ++i) {
+      EXPECT_EQ(getPropsString(), u"UserName=x;Language=en");
+      EXPECT_EQ(getLanguageCode(), 2);
+    }
+    EXPECT_EQ(fake.creationCount(u"PropsMgr.ShareProps"), 1u);
+    EXPECT_EQ(fake.creationCount(u"LumoLangInfo.LangInfo"), 1u);
+  }
+  // Outside a scope every reading asks the host again.
+  session(u"UserName=y");
+  fake.setCurrentLanguage(u"cht");
+  EXPECT_EQ(getPropsString(), u"UserName=y;Language=cht");
+  EXPECT_EQ(getLanguageCode(), 3);
+  EXPECT_EQ(getLanguageCode(), 3);
+  EXPECT_EQ(fake.creationCount(u"PropsMgr.ShareProps"), 2u);
+}
+
+TEST_F(Session, NestedScopesShareWhatTheOutermostKept) {
+  session(u"A=1;Language=chs");
+  ActionScope outer;
+  getPropsString();
+  {
+    ActionScope inner;
+    session(u"A=2;Language=chs");
+    EXPECT_EQ(getPropsString(), u"A=1;Language=chs");
+  }
+  EXPECT_EQ(getPropsString(), u"A=1;Language=chs");
+  EXPECT_EQ(fake.creationCount(u"PropsMgr.ShareProps"), 1u);
+}
+
+TEST_F(Session, TheOutermostScopeHoldsThePlatformsClassObjects) {
+  {
+    ActionScope outer;
+    EXPECT_EQ(fake.classObjectHolds, std::vector<bool>{true});
+    {
+      ActionScope inner;
+    }
+    EXPECT_EQ(fake.classObjectHolds, std::vector<bool>{true});
+  }
+  EXPECT_EQ(fake.classObjectHolds, (std::vector<bool>{true, false}));
+}
+
+TEST_F(Session, AScopeWithoutPlatformIsHarmless) {
+  Platform* mine = setPlatform(nullptr);
+  {
+    ActionScope action;
+  }
+  setPlatform(mine);
+  EXPECT_TRUE(fake.classObjectHolds.empty());
+}
+
+TEST_F(Session, AFailedReadingIsNotKeptByTheScope) {
+  ActionScope action;
+  fake.registerComponent(u"PropsMgr.ShareProps", [](FakeComponent& c) {
+    c.on(u"GetProperty", [](InvokeKind, Args&) -> Variant { throw Error(1001, u"no session"); });
+  });
+  EXPECT_EQ(errorNumberOf([] { getPropsString(); }), 1001);
+  session(u"Back=1;Language=chs");
+  EXPECT_EQ(getPropsString(), u"Back=1;Language=chs");
 }
 
 // ---- GetPropertyExt ----------------------------------------------------------------

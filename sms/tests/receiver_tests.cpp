@@ -248,6 +248,22 @@ TEST_F(Receivers, FindLoadsEveryBranchInOneUpdateOfTheTree) {
   EXPECT_TRUE(tree(D).selected(node(D, u"E1005")));
 }
 
+TEST_F(Receivers, FindReadsTheSessionAndTheLanguageOnceForEveryBranch) {
+  fake.setCurrentLanguage(u"en");
+  open();
+  fake.clearJournal();
+  view.find = u"陈静";
+  window.cmdFindClick();
+  // One query per branch, each with the session string, and one reading of it;
+  // one language look-up for every branch's placeholder.
+  EXPECT_EQ(fake.creationCount(u"LumoMSmsManager.clsBillUseInfo"), window.topLevelKeys(D).size());
+  EXPECT_EQ(fake.creationCount(u"PropsMgr.ShareProps"), 1u);
+  EXPECT_EQ(fake.creationCount(u"LumoLangInfo.LangInfo"), 1u);
+  EXPECT_TRUE(tree(D).selected(node(D, u"E1005")));
+  for (const std::string& call : fake.calls(u"LumoMSmsManager.clsBillUseInfo"))
+    EXPECT_EQ(call.rfind("LumoMSmsManager.clsBillUseInfo.GetData('" + u8(props) + "', ", 0), 0u) << call;
+}
+
 TEST_F(Receivers, FindComparesTheNameOnlyAndExactly) {
   db.employees.push_back({1040, u"E040", u"Wang Lei", u"13500000040", int32_t(3)});
   open();

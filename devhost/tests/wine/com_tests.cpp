@@ -227,6 +227,52 @@ TEST_F(DevHostCom, MissingSwitchRefusesCreationWithClassNotAvailable) {
   EXPECT_NO_THROW(create(u"LumoLangInfo.LangInfo"));
 }
 
+TEST_F(DevHostCom, KeptClassObjectsStillGiveAFreshInstanceEveryTime) {
+  win::ClassObjects classes;
+  ObjectPtr first = classes.create(u"LumoResLoader.Loader");
+  first->put(u"LanguageID", ustring(u"en"));
+  ObjectPtr second = classes.create(u"LUMORESLOADER.Loader");  // the registry's spelling does not matter
+  EXPECT_EQ(classes.size(), 1u);
+  EXPECT_NE(second->get(u"LanguageID"), Variant(u"en"));
+  EXPECT_EQ(first->get(u"LanguageID"), Variant(u"en"));
+  classes.create(u"LumoLangInfo.LangInfo");
+  EXPECT_EQ(classes.size(), 2u);
+}
+
+TEST_F(DevHostCom, AKeptClassObjectOutlivesTheRegistrationUntilCleared) {
+  win::ClassObjects classes;
+  classes.create(u"LumoLangInfo.LangInfo");
+  auto unreg = exported<HRESULT(STDAPICALLTYPE*)()>(dll_, "DllUnregisterServer");
+  auto reg = exported<HRESULT(STDAPICALLTYPE*)()>(dll_, "DllRegisterServer");
+  ASSERT_EQ(unreg(), S_OK);
+  ustring plain, cleared;
+  EXPECT_EQ(errorOf([&] { create(u"LumoLangInfo.LangInfo"); }, &plain), errnum::CannotCreateObject);
+  // Found once, the class is created without the registry...
+  EXPECT_NO_THROW(classes.create(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage"));
+  // ...until the kept class objects are let go.
+  classes.clear();
+  EXPECT_EQ(classes.size(), 0u);
+  EXPECT_EQ(errorOf([&] { classes.create(u"LumoLangInfo.LangInfo"); }, &cleared), errnum::CannotCreateObject);
+  ASSERT_EQ(reg(), S_OK);
+  EXPECT_EQ(u8(cleared), u8(plain));
+  EXPECT_NE(u8(cleared).find("LumoLangInfo.LangInfo is not registered"), std::string::npos) << u8(cleared);
+  EXPECT_EQ(classes.size(), 0u);  // a failure is not kept
+  EXPECT_NO_THROW(classes.create(u"LumoLangInfo.LangInfo"));
+}
+
+TEST_F(DevHostCom, AKeptClassSwitchedMissingRefusesAndIsLookedUpAgain) {
+  win::ClassObjects classes;
+  classes.create(u"VtMobileOpen.MobileOpen");
+  db_->execute(u"INSERT INTO dh_Switch (FComponent, FMethod, FMode) VALUES ('VtMobileOpen.MobileOpen', '*', 'missing')");
+  ustring description;
+  EXPECT_EQ(errorOf([&] { classes.create(u"VtMobileOpen.MobileOpen"); }, &description), errnum::CannotCreateObject);
+  EXPECT_NE(u8(description).find("VtMobileOpen.MobileOpen"), std::string::npos) << u8(description);
+  EXPECT_EQ(classes.size(), 0u);
+  db_->execute(u"DELETE FROM dh_Switch");
+  EXPECT_NO_THROW(classes.create(u"VtMobileOpen.MobileOpen"));
+  EXPECT_EQ(classes.size(), 1u);
+}
+
 TEST_F(DevHostCom, RaisedErrorsReachTheCallerWithTheirDescription) {
   ustring props = signIn(u"张伟", u"chs");
   db_->execute(u"INSERT INTO dh_Switch (FComponent, FMethod, FMode) VALUES ('OxaBase.LogServer', 'WriteLog', 'raise')");
