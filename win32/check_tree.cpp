@@ -43,7 +43,7 @@ void CheckTree::create(HWND parent, int id) {
   model_.setObserver(this);
   SyncScope sync(syncing_);
   // Whatever the model already holds, in insertion order (parents before children).
-  for (std::size_t p = 1; p <= model_.count(); ++p) insert(model_.at(p));
+  for (std::size_t p = 1; p <= model_.count(); ++p) insert(model_.at(p), true);
 }
 
 LRESULT CALLBACK CheckTree::windowProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
@@ -90,7 +90,7 @@ bool CheckTree::itemChecked(HTREEITEM item) const {
   return (state >> 12) == 2;
 }
 
-void CheckTree::insert(sms::NodeId node) {
+void CheckTree::insert(sms::NodeId node, bool readBack) {
   if (!hwnd_) return;
   const sms::NodeId parent = model_.parent(node);
   TVINSERTSTRUCTW ins{};
@@ -111,12 +111,36 @@ void CheckTree::insert(sms::NodeId node) {
   // when so. Reading an item back is not free: Wine's control looks every item
   // handle up in a list of all its items, so a read after each insertion made
   // loading a branch cost in proportion to the whole tree.
-  if (model_.checked(node) && !itemChecked(item)) setItemCheck(item, true);
+  if (readBack && model_.checked(node) && !itemChecked(item)) setItemCheck(item, true);
 }
 
 void CheckTree::nodeAdded(sms::NodeId node) {
+  // During an update new nodes wait for its end (see flushAdded).
+  if (deferring_) {
+    added_.push_back(node);
+    return;
+  }
   SyncScope sync(syncing_);
-  insert(node);
+  insert(node, true);
+}
+
+void CheckTree::flushAdded() {
+  if (added_.empty()) return;
+  std::vector<sms::NodeId> added;
+  added.swap(added_);
+  SyncScope sync(syncing_);
+  // Once the control has its check-box images it keeps the state given on
+  // insertion; before that nothing is to be gained from reading it back.
+  const bool readBack = TreeView_GetImageList(hwnd_, TVSIL_STATE) == nullptr;
+  // In the order added, so parents come before their children; a node removed
+  // meanwhile has left the model.
+  for (const sms::NodeId node : added)
+    if (model_.contains(node)) insert(node, readBack);
+  // What was set on them while they waited: opened, selected.
+  for (const sms::NodeId node : added) {
+    if (!model_.contains(node)) continue;
+    if (model_.expanded(node) || model_.selected(node)) nodeChanged(node);
+  }
 }
 
 void CheckTree::forget(sms::NodeId node) {
@@ -181,6 +205,8 @@ void CheckTree::updateBegun() {
 
 void CheckTree::updateEnded() {
   if (!deferring_) return;
+  if (hwnd_) flushAdded();
+  added_.clear();
   deferring_ = false;
   // A node removed during the update has left items_ and is not shown.
   HTREEITEM show = itemOf(showAfterUpdate_);
@@ -198,6 +224,7 @@ void CheckTree::updateEnded() {
 void CheckTree::treeCleared() {
   SyncScope sync(syncing_);
   items_.clear();
+  added_.clear();
   if (hwnd_) TreeView_DeleteAllItems(hwnd_);
 }
 

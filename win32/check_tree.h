@@ -10,7 +10,8 @@
 // ourselves; when it arrives the control's box is compared with the model.
 //
 // While the model reports an update (a branch loaded, a department checked) the
-// control neither draws nor counts as visible, and is drawn once at the end: a
+// control neither draws nor counts as visible, nodes added wait to be inserted,
+// and it is drawn once at the end: a
 // shown tree view spends time on every item added under an open node, on every
 // node opened and on every box ticked, in proportion to what it shows, drawing
 // or not. This is what the system's own handling of WM_SETREDRAW does for a
@@ -21,6 +22,7 @@
 #include <commctrl.h>
 
 #include <unordered_map>
+#include <vector>
 
 #include "sms/tree_model.h"
 #include "win32/controls.h"
@@ -68,7 +70,10 @@ class CheckTree final : private sms::TreeObserver {
   void updateBegun() override;
   void updateEnded() override;
 
-  void insert(sms::NodeId node);
+  // readBack: whether a checked node's box is read back and set again when the
+  // control dropped it.
+  void insert(sms::NodeId node, bool readBack);
+  void flushAdded();
   void forget(sms::NodeId node);
   void setItemCheck(HTREEITEM item, bool checked);
   bool itemChecked(HTREEITEM item) const;
@@ -96,6 +101,11 @@ class CheckTree final : private sms::TreeObserver {
   bool hadNoScroll_ = false;
   bool wasHidden_ = false;
   sms::NodeId showAfterUpdate_ = sms::kNoNode;
+  // Nodes added during the update, put into the control at its end: opening a
+  // node costs Wine's control a walk over every item under the open nodes, so
+  // a branch filled before the next one is opened made loading every branch
+  // cost the square of the tree's size.
+  std::vector<sms::NodeId> added_;
 };
 
 }  // namespace lumo::win32
