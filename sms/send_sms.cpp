@@ -471,6 +471,9 @@ void SendSmsPresenter::cmdSendClick() {
   // platform could not be reached, and nothing is logged.
   Error trapped(0, {});
   try {
+    // Every text looked up on the way (a verdict, its box's title) asks for the
+    // language once.
+    ActionScope action;
     const ustring receivers = view_.receiversText();
     const ustring message = view_.messageText();
     // Blank tests that copy nothing: the receiver list can be a megabyte.

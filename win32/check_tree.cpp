@@ -143,6 +143,29 @@ void CheckTree::flushAdded() {
   }
 }
 
+void CheckTree::openDeferred() {
+  if (opened_.empty()) return;
+  std::vector<sms::NodeId> opened;
+  opened.swap(opened_);
+  SyncScope sync(syncing_);
+  for (const sms::NodeId node : opened) {
+    HTREEITEM item = model_.contains(node) && model_.expanded(node) ? itemOf(node) : nullptr;
+    if (!item || (TreeView_GetItemState(hwnd_, item, TVIS_EXPANDED) & TVIS_EXPANDED)) continue;
+    if (TreeView_GetChild(hwnd_, item)) {
+      TreeView_Expand(hwnd_, item, TVE_EXPAND);
+    } else {
+      // Its children are still waiting: the node is marked open and shows them
+      // once they are in (the control will not open a node without children).
+      TVITEMW tv{};
+      tv.mask = TVIF_STATE | TVIF_HANDLE;
+      tv.hItem = item;
+      tv.stateMask = TVIS_EXPANDED;
+      tv.state = TVIS_EXPANDED;
+      TreeView_SetItem(hwnd_, &tv);
+    }
+  }
+}
+
 void CheckTree::forget(sms::NodeId node) {
   std::vector<sms::NodeId> stack{node};
   while (!stack.empty()) {
@@ -168,7 +191,10 @@ void CheckTree::nodeChanged(sms::NodeId node) {
   // While the control is expanding a node for the user it does so itself.
   if (node != userExpanding_) {
     const bool open = (TreeView_GetItemState(hwnd_, item, TVIS_EXPANDED) & TVIS_EXPANDED) != 0;
-    if (open != model_.expanded(node)) TreeView_Expand(hwnd_, item, model_.expanded(node) ? TVE_EXPAND : TVE_COLLAPSE);
+    if (open != model_.expanded(node)) {
+      if (deferring_ && !open) opened_.push_back(node);  // see openDeferred
+      else TreeView_Expand(hwnd_, item, model_.expanded(node) ? TVE_EXPAND : TVE_COLLAPSE);
+    }
   }
   const bool selected = TreeView_GetSelection(hwnd_) == item;
   if (model_.selected(node) && !selected) {
@@ -205,8 +231,15 @@ void CheckTree::updateBegun() {
 
 void CheckTree::updateEnded() {
   if (!deferring_) return;
-  if (hwnd_) flushAdded();
+  if (hwnd_) {
+    // Nodes opened first, while the children waiting are not yet in the control:
+    // opening a node walks every item shown below an open node.
+    openDeferred();
+    flushAdded();
+    openDeferred();  // new nodes opened as they went in
+  }
   added_.clear();
+  opened_.clear();
   deferring_ = false;
   // A node removed during the update has left items_ and is not shown.
   HTREEITEM show = itemOf(showAfterUpdate_);
@@ -225,6 +258,7 @@ void CheckTree::treeCleared() {
   SyncScope sync(syncing_);
   items_.clear();
   added_.clear();
+  opened_.clear();
   if (hwnd_) TreeView_DeleteAllItems(hwnd_);
 }
 

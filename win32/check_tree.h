@@ -74,6 +74,7 @@ class CheckTree final : private sms::TreeObserver {
   // control dropped it.
   void insert(sms::NodeId node, bool readBack);
   void flushAdded();
+  void openDeferred();
   void forget(sms::NodeId node);
   void setItemCheck(HTREEITEM item, bool checked);
   bool itemChecked(HTREEITEM item) const;
@@ -106,6 +107,9 @@ class CheckTree final : private sms::TreeObserver {
   // a branch filled before the next one is opened made loading every branch
   // cost the square of the tree's size.
   std::vector<sms::NodeId> added_;
+  // Nodes opened during the update, opened in the control at its end before the
+  // nodes added go in: each opening walks the items shown under every open node.
+  std::vector<sms::NodeId> opened_;
 };
 
 }  // namespace lumo::win32

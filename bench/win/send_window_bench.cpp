@@ -694,23 +694,22 @@ class SizeRun {
   }
 
   // Every host call the window's search makes, in its order, without the window:
-  // per department the language (the placeholder's text looked up), then GetData
-  // with a session string read for it (the property manager, the language) and
-  // the rows read field by field, one call per value. The add-in's own work is what the window needs
-  // beyond this.
+  // the language and the session string read once for the whole search, then per
+  // department GetData through the class object kept for the search, the rows
+  // read field by field, one call per value. The add-in's own work is what the
+  // window needs beyond this.
   double replaySearch() {
-    auto language = [] { win::createByProgId(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage"); };
     const double t0 = nowMs();
+    win::ClassObjects classes;
+    classes.create(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage");
+    const ustring props =
+        classes.create(u"PropsMgr.ShareProps")
+            ->call(u"GetProperty", {static_cast<int32_t>(GetCurrentProcessId()), ustring(u"PropsString")})
+            .toString() +
+        u";Language=chs";
     std::size_t people = 0;
     for (const auto& dept : all_.departments) {
-      language();
-      ObjectPtr component = win::createByProgId(u"LumoMSmsManager.clsBillUseInfo");
-      ustring props =
-          win::createByProgId(u"PropsMgr.ShareProps")
-              ->call(u"GetProperty", {static_cast<int32_t>(GetCurrentProcessId()), ustring(u"PropsString")})
-              .toString();
-      language();
-      props += u";Language=chs";
+      ObjectPtr component = classes.create(u"LumoMSmsManager.clsBillUseInfo");
       ObjectPtr rs = component->call(u"GetData", {props, membersSql(dept.id)}).toObject();
       component.reset();
       // As the window reads a result: each column's field object asked for once,

@@ -354,6 +354,17 @@ TEST_F(Window, RefusalsAreLookedUp) {
   EXPECT_EQ(prompts(), (Texts{u"en:手机号码中包含非法字符!", u"en:必须输入短信内容和接收号码"}));
 }
 
+TEST_F(Window, AVerdictAsksForTheLanguageOnce) {
+  ready(u"通知", u"1380000000a");
+  fake.clearJournal();
+  window.cmdSendClick();
+  EXPECT_EQ(prompts(), Texts{u"手机号码中包含非法字符!"});
+  EXPECT_EQ(fake.creationCount(u"LumoLangInfo.LangInfo"), 1u);
+  // The next press is an action of its own.
+  window.cmdSendClick();
+  EXPECT_EQ(fake.creationCount(u"LumoLangInfo.LangInfo"), 2u);
+}
+
 TEST_F(Window, ATrailingCommaPassesAndIsHandedOnAsTyped) {
   ready(u"通知", u"13800000001,");
   window.cmdSendClick();

@@ -461,6 +461,31 @@ TEST_F(SendWindow, EnterFindsThePersonTypedInTheSearchBox) {
   ASSERT_NE(selected, nullptr);
   EXPECT_EQ(itemText(tree, selected).substr(0, name.size()), name);
   EXPECT_EQ(GetFocus(), tree);
+  // Every department is open and shows its people, not the placeholder.
+  const int32_t people = db_->scalar(
+      u"SELECT COUNT(*) FROM t_Emp t1 JOIN t_Item t2 ON t1.FItemID=t2.FItemID WHERE t2.FDeleted=0 AND "
+      u"t1.FDepartmentID IN (SELECT e.FDepartmentID FROM t_Emp e JOIN t_Department d ON e.FDepartmentID=d.FItemID "
+      u"WHERE e.FItemID>0)").toI4();
+  int32_t shown = 0;
+  int departments = 0;
+  // The first node holds the people without a department.
+  for (HTREEITEM d = TreeView_GetNextSibling(tree, TreeView_GetRoot(tree)); d; d = TreeView_GetNextSibling(tree, d)) {
+    ++departments;
+    EXPECT_TRUE(TreeView_GetItemState(tree, d, TVIS_EXPANDED) & TVIS_EXPANDED) << u8(itemText(tree, d));
+    for (HTREEITEM p = TreeView_GetChild(tree, d); p; p = TreeView_GetNextSibling(tree, p)) {
+      EXPECT_NE(itemText(tree, p), u"正在加载数据") << u8(itemText(tree, d));
+      ++shown;
+    }
+  }
+  EXPECT_GT(departments, 2);
+  EXPECT_EQ(shown, people);
+  // The person found is scrolled into view.
+  RECT item{}, client{};
+  ASSERT_TRUE(TreeView_GetItemRect(tree, selected, &item, FALSE));
+  GetClientRect(tree, &client);
+  EXPECT_GE(item.top, client.top);
+  EXPECT_LE(item.bottom, client.bottom);
+  saveShot(w, u"send-found");
 }
 
 TEST_F(SendWindow, SpaceKeyTicksTheSelectedNodeAndTheDepartmentFollowsItsPeople) {
