@@ -68,8 +68,8 @@ class BenchView : public SendSmsView {
   void setTreeEnabled(Tree, bool) override {}
   ustring findText() const override { return find; }
   void setFindText(const ustring& t) override { find = t; }
-  ustring receiversText() const override { return receivers; }
-  void setReceiversText(const ustring& t) override { receivers = t; }
+  const ustring& receiversText() const override { return receivers; }
+  void setReceiversText(ustring t) override { receivers = std::move(t); }
   ustring messageText() const override { return message; }
   void setMessageText(const ustring& t) override { message = t; }
   void setMessageMaxLength(int32_t) override {}

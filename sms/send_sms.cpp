@@ -364,21 +364,31 @@ void SendSmsPresenter::cmdAddClick() {
     const Tree which = currentTree();
     const char16_t letter = letterOf(which);
     const TreeModel& t = tree(which);
-    ustring list;
-    bool any = false;
+    // The numbers in position order, gathered first and then written into one
+    // allocation of the list's exact length: the list can be a megabyte, and one
+    // that grows as it goes is copied over and over.
     const std::size_t count = t.count();
+    std::vector<const ustring*> numbers;
+    numbers.reserve(count);
+    std::size_t length = 0;
     for (std::size_t position = 1; position <= count; ++position) {
       const NodeId node = t.at(position);
       if (!keyStartsWith(t.key(node), letter) || !t.checked(node)) continue;
       const ustring& number = t.tag(node);
       if (number.empty()) continue;
-      if (any) list += u',';
-      list += number;
-      any = true;
+      numbers.push_back(&number);
+      length += number.size() + 1;
     }
-    if (!any) return;
-    const ustring box = view_.receiversText();
-    view_.setReceiversText(box.empty() ? std::move(list) : box + u"," + list);
+    if (numbers.empty()) return;
+    const ustring& box = view_.receiversText();
+    ustring list;
+    list.reserve(box.empty() ? length - 1 : box.size() + length);
+    if (!box.empty()) list += box;
+    for (const ustring* number : numbers) {
+      if (!list.empty()) list += u',';
+      list += *number;
+    }
+    view_.setReceiversText(std::move(list));
   });
 }
 
@@ -474,7 +484,8 @@ void SendSmsPresenter::cmdSendClick() {
     // Every text looked up on the way (a verdict, its box's title) asks for the
     // language once.
     ActionScope action;
-    const ustring receivers = view_.receiversText();
+    // Read in place: nothing changes the box before the list is handed on.
+    const ustring& receivers = view_.receiversText();
     const ustring message = view_.messageText();
     // Blank tests that copy nothing: the receiver list can be a megabyte.
     auto blank = [](const ustring& text) { return leadingBlanks(text) == text.size(); };

@@ -52,8 +52,10 @@ class SendSmsView {
 
   virtual ustring findText() const = 0;  // txtFind
   virtual void setFindText(const ustring& text) = 0;
-  virtual ustring receiversText() const = 0;  // txtMobile
-  virtual void setReceiversText(const ustring& text) = 0;
+  // txtMobile. The list can be megabytes: it is read in place (valid until the
+  // box changes) and a new one is handed over whole.
+  virtual const ustring& receiversText() const = 0;
+  virtual void setReceiversText(ustring text) = 0;
   virtual ustring messageText() const = 0;  // txtSmsInfo
   virtual void setMessageText(const ustring& text) = 0;
   virtual void setMessageMaxLength(int32_t characters) = 0;

@@ -100,6 +100,12 @@ class NumberBox {
   static NumberBox* of(HWND hwnd);
 
   NumberBoxMenuTexts menuTexts;
+  // WM_SETTEXT: the new text, then the parent told.
+  void replaceText(ustring text) {
+    setText(std::move(text));
+    changed();
+  }
+  const ustring& text() const { return text_; }
 
  private:
   // How an edit enters the undo record.
@@ -1053,8 +1059,7 @@ LRESULT NumberBox::handle(UINT msg, WPARAM wParam, LPARAM lParam) {
 
     case WM_SETTEXT: {
       const auto* s = reinterpret_cast<const wchar_t*>(lParam);
-      setText(s ? fromWide(s, wcslen(s)) : ustring());
-      changed();
+      replaceText(s ? fromWide(s, wcslen(s)) : ustring());
       return TRUE;
     }
     case WM_GETTEXT: {
@@ -1424,6 +1429,16 @@ NumberBox* numberBoxOf(HWND box) {
   return NumberBox::of(box);
 }
 }  // namespace
+
+const ustring& numberBoxText(HWND box) {
+  static const ustring none;
+  NumberBox* b = numberBoxOf(box);
+  return b ? b->text() : none;
+}
+
+void setNumberBoxText(HWND box, ustring text) {
+  if (NumberBox* b = numberBoxOf(box)) b->replaceText(std::move(text));
+}
 
 bool setNumberBoxMenuTexts(HWND box, const NumberBoxMenuTexts& texts) {
   NumberBox* b = numberBoxOf(box);

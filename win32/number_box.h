@@ -42,6 +42,13 @@ struct NumberBoxMenuTexts {
 // ES_NOHIDESEL keeps the selection shown without the focus.
 HWND createNumberBox(HWND parent, int id, DWORD style, DWORD exStyle);
 
+// The box's text in place, and a new text handed over whole, with the effects of
+// WM_GETTEXT and WM_SETTEXT (EN_UPDATE and EN_CHANGE included): a receiver list can
+// be megabytes, and the messages copy it, once more than the caller's own copy.
+// An empty text when 'box' is not one.
+const ustring& numberBoxText(HWND box);
+void setNumberBoxText(HWND box, ustring text);
+
 // The context menu's captions of a box; false when 'box' is not one.
 bool setNumberBoxMenuTexts(HWND box, const NumberBoxMenuTexts& texts);
 

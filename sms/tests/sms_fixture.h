@@ -90,8 +90,8 @@ class FakeView : public sms::SendSmsView {
   void setTreeEnabled(sms::Tree tree, bool on) override { enabled[tree == sms::Tree::Group ? 1 : 0] = on; }
   ustring findText() const override { return find; }
   void setFindText(const ustring& t) override { find = t; }
-  ustring receiversText() const override { return receivers; }
-  void setReceiversText(const ustring& t) override { receivers = t; }
+  const ustring& receiversText() const override { return receivers; }
+  void setReceiversText(ustring t) override { receivers = std::move(t); }
   ustring messageText() const override { return message; }
   void setMessageText(const ustring& t) override { message = t; }
   void setMessageMaxLength(int32_t n) override { maxLength = n; }

@@ -480,8 +480,8 @@ void FrmSendSms::setTreeEnabled(Tree tree, bool enabled) {
 
 ustring FrmSendSms::findText() const { return win32::windowText(find_); }
 void FrmSendSms::setFindText(const ustring& text) { win32::setWindowText(find_, text); }
-ustring FrmSendSms::receiversText() const { return win32::windowText(mobile_); }
-void FrmSendSms::setReceiversText(const ustring& text) { win32::setWindowText(mobile_, text); }
+const ustring& FrmSendSms::receiversText() const { return win32::numberBoxText(mobile_); }
+void FrmSendSms::setReceiversText(ustring text) { win32::setNumberBoxText(mobile_, std::move(text)); }
 ustring FrmSendSms::messageText() const { return win32::windowText(message_); }
 
 void FrmSendSms::setMessageText(const ustring& text) {

@@ -67,8 +67,8 @@ class FrmSendSms final : public SendSmsView, private win32::CheckTreeListener {
   void setTreeEnabled(Tree tree, bool enabled) override;
   ustring findText() const override;
   void setFindText(const ustring& text) override;
-  ustring receiversText() const override;
-  void setReceiversText(const ustring& text) override;
+  const ustring& receiversText() const override;
+  void setReceiversText(ustring text) override;
   ustring messageText() const override;
   void setMessageText(const ustring& text) override;
   void setMessageMaxLength(int32_t characters) override;

@@ -275,6 +275,26 @@ TEST_F(NumberBoxTest, TextSetIsTextReadBackExactly) {
   EXPECT_EQ(1, lines());
 }
 
+TEST_F(NumberBoxTest, TextHandedOverAndReadInPlaceActsLikeTheMessages) {
+  ustring list;
+  for (int i = 0; i < 1000; ++i) list += number(i) + u",";
+  setNumberBoxText(box_, list);
+  EXPECT_EQ(1, countOf(EN_CHANGE));
+  EXPECT_TRUE(text() == list);
+  const ustring& inPlace = numberBoxText(box_);
+  EXPECT_TRUE(inPlace == list);
+  EXPECT_GT(lines(), 1);
+  // The reference follows the box.
+  SetWindowTextW(box_, L"13800000001");
+  EXPECT_TRUE(inPlace == u"13800000001");
+  EXPECT_EQ(2, countOf(EN_CHANGE));
+  // Anything but a box reads as empty and takes nothing.
+  EXPECT_TRUE(numberBoxText(button_).empty());
+  EXPECT_TRUE(numberBoxText(nullptr).empty());
+  setNumberBoxText(button_, u"13800000002");
+  EXPECT_EQ(u8(windowText(button_)).find("13800000002"), std::string::npos);
+}
+
 TEST_F(NumberBoxTest, LoneSurrogatesAndCommasSurvive) {
   const ustring s = u"\xD800,13800000001\xDC00,\xD83D\xDE00,,\xDBFF";
   setText(s);
