@@ -1,5 +1,6 @@
 #include "win32/check_tree.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace lumo::win32 {
@@ -62,8 +63,7 @@ LRESULT CALLBACK CheckTree::windowProc(HWND hwnd, UINT msg, WPARAM wParam, LPARA
 }
 
 HTREEITEM CheckTree::itemOf(sms::NodeId node) const {
-  auto it = items_.find(node);
-  return it == items_.end() ? nullptr : it->second;
+  return node < items_.size() ? items_[node] : nullptr;
 }
 
 sms::NodeId CheckTree::nodeOf(HTREEITEM item) const {
@@ -97,14 +97,14 @@ void CheckTree::insert(sms::NodeId node, bool readBack) {
   ins.hParent = parent == sms::kNoNode ? TVI_ROOT : itemOf(parent);
   if (!ins.hParent) return;
   ins.hInsertAfter = TVI_LAST;
-  ustring text = model_.text(node);
   ins.item.mask = TVIF_TEXT | TVIF_PARAM | TVIF_STATE;
-  ins.item.pszText = const_cast<wchar_t*>(wz(text));
+  ins.item.pszText = const_cast<wchar_t*>(wz(model_.text(node)));
   ins.item.lParam = static_cast<LPARAM>(node);
   ins.item.stateMask = TVIS_STATEIMAGEMASK;
   ins.item.state = INDEXTOSTATEIMAGEMASK(model_.checked(node) ? 2 : 1);
   HTREEITEM item = TreeView_InsertItem(hwnd_, &ins);
   if (!item) return;
+  if (node >= items_.size()) items_.resize(std::max<std::size_t>(node + 1, items_.size() * 2), nullptr);
   items_[node] = item;
   // Some tree views drop the state image given on insertion, and a new item of a
   // check-box tree is unchecked: only a checked node is read back and set again
@@ -171,7 +171,7 @@ void CheckTree::forget(sms::NodeId node) {
   while (!stack.empty()) {
     const sms::NodeId n = stack.back();
     stack.pop_back();
-    items_.erase(n);
+    if (n < items_.size()) items_[n] = nullptr;
     for (sms::NodeId c = model_.firstChild(n); c != sms::kNoNode; c = model_.nextSibling(c)) stack.push_back(c);
   }
 }

@@ -21,7 +21,6 @@
 #include <windows.h>
 #include <commctrl.h>
 
-#include <unordered_map>
 #include <vector>
 
 #include "sms/tree_model.h"
@@ -91,7 +90,9 @@ class CheckTree final : private sms::TreeObserver {
   HWND hwnd_ = nullptr;
   WNDPROC previousProc_ = nullptr;
   int id_ = 0;
-  std::unordered_map<sms::NodeId, HTREEITEM> items_;
+  // The control's item of each node, by handle (the model's handles are small
+  // numbers, not reused until the tree is cleared); null when not in the control.
+  std::vector<HTREEITEM> items_;
   POINT lastButtonDown_{-1, -1};
   // Changes made from the model are not the user's: their notifications are ignored.
   int syncing_ = 0;
