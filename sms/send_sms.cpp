@@ -83,8 +83,14 @@ ustring personTag(const Variant& mobile) {
 ustring personText(const ustring& name, const Variant& mobile) {
   const ustring number = personTag(mobile);
   // A number of blanks is kept as the tag but not shown.
-  if (trim(number).empty()) return name;
-  return name + u" (" + number + u")";
+  if (leadingBlanks(number) == number.size()) return name;
+  ustring text;
+  text.reserve(name.size() + number.size() + 3);
+  text += name;
+  text += u" (";
+  text += number;
+  text += u')';
+  return text;
 }
 
 ustring searchName(const ustring& nodeText) {

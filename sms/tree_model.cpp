@@ -30,22 +30,22 @@ bool TreeModel::contains(NodeId node) const {
   return node != kNoNode && node < nodes_.size() && nodes_[node].alive;
 }
 
-NodeId TreeModel::add(NodeId parent, const ustring& key, const ustring& text, const ustring& tag) {
+NodeId TreeModel::add(NodeId parent, ustring key, ustring text, ustring tag) {
   if (parent != kNoNode) get(parent);  // a parent that is not in the tree
-  if (!key.empty() && keys_.count(key)) raiseTree(treeerr::KeyNotUnique);
   if (nodes_.size() >= UINT32_MAX) throw Error(errnum::Overflow);
 
   const NodeId id = static_cast<NodeId>(nodes_.size());
+  // One look-up of the key both tests and takes it.
+  if (!key.empty() && !keys_.try_emplace(key, id).second) raiseTree(treeerr::KeyNotUnique);
   nodes_.emplace_back();
   Node& n = nodes_.back();
-  n.key = key;
-  n.text = text;
-  n.tag = tag;
+  n.key = std::move(key);
+  n.text = std::move(text);
+  n.tag = std::move(tag);
   n.parent = parent;
   n.alive = true;
   n.slot = static_cast<uint32_t>(order_.size());
   order_.push_back(id);
-  if (!key.empty()) keys_.emplace(key, id);
 
   Node& p = nodes_[parent];
   n.prev = p.lastChild;

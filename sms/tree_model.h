@@ -66,7 +66,7 @@ class TreeModel {
   // Adds a node as the last child of parent (kNoNode: at top level) and returns it.
   // Raises KeyNotUnique for a key already in the tree, ElementNotFound for a parent
   // that is not in the tree. An empty key adds a node that cannot be found by key.
-  NodeId add(NodeId parent, const ustring& key, const ustring& text, const ustring& tag = {});
+  NodeId add(NodeId parent, ustring key, ustring text, ustring tag = {});
   // Removes the node with that key and everything under it (ElementNotFound when absent).
   void remove(const ustring& key);
   void remove(NodeId node);
