@@ -10,7 +10,7 @@ namespace {
 // hands one over makes it the source of the session string.
 ObjectPtr g_hostObject;
 
-// What the active session scopes keep.
+// What the active action scopes keep.
 struct Kept {
   int depth = 0;
   Platform* platform = nullptr;  // the one told to hold its class objects

@@ -130,7 +130,8 @@ void CheckTree::flushAdded() {
   added.swap(added_);
   SyncScope sync(syncing_);
   // Once the control has its check-box images it keeps the state given on
-  // insertion; before that nothing is to be gained from reading it back.
+  // insertion, so each new item is read back (a look-up through every item in
+  // Wine's control) only before that.
   const bool readBack = TreeView_GetImageList(hwnd_, TVSIL_STATE) == nullptr;
   // In the order added, so parents come before their children; a node removed
   // meanwhile has left the model.
