@@ -52,15 +52,15 @@ class AnsiBuffer {
 
 class WindowsPlatform final : public Platform {
  public:
-  // While one action holds them, each component's class object is looked up
-  // once: the system's look-up is what creating a component mostly costs.
+  // While held (a window open, an action running), each component's class object
+  // is looked up once: the system's look-up is what creating a component mostly costs.
   ObjectPtr create(const ustring& progId) override {
-    return holding_ ? classObjects_.create(progId) : lumo::win::createByProgId(progId);
+    return holds_ > 0 ? classObjects_.create(progId) : lumo::win::createByProgId(progId);
   }
 
   void holdClassObjects(bool hold) override {
-    holding_ = hold;
-    if (!hold) classObjects_.clear();
+    if (hold) ++holds_;
+    else if (holds_ > 0 && --holds_ == 0) classObjects_.clear();
   }
 
   uint32_t currentProcessId() override { return GetCurrentProcessId(); }
@@ -116,7 +116,7 @@ class WindowsPlatform final : public Platform {
   }
 
  private:
-  bool holding_ = false;
+  int holds_ = 0;
   lumo::win::ClassObjects classObjects_;
   LateLibrary readTcp_{"vtappsvr.dll", "ReadTcp"};
   LateLibrary htmlHelp_{"hhctrl.ocx", "HtmlHelpA"};

@@ -13,6 +13,14 @@ Platform& platform() {
 
 Platform* installedPlatform() { return g_platform; }
 
+ClassObjectHold::ClassObjectHold() : platform_(g_platform) {
+  if (platform_) platform_->holdClassObjects(true);
+}
+
+ClassObjectHold::~ClassObjectHold() {
+  if (platform_) platform_->holdClassObjects(false);
+}
+
 Platform* setPlatform(Platform* p) {
   Platform* previous = g_platform;
   g_platform = p;

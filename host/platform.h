@@ -39,10 +39,10 @@ class Platform : public ComponentFactory {
   virtual int32_t setWindowPos(intptr_t window, intptr_t insertAfter, int32_t x, int32_t y, int32_t cx, int32_t cy,
                                uint32_t flags) = 0;
 
-  // While held (one user action that calls the host many times), create() may
-  // keep what it looked up for each component (the class objects) for the next
-  // creation; released, everything kept is let go. Each creation still makes a
-  // new instance. Holds do not nest: the caller holds once.
+  // While held (an open window, one user action that calls the host many times),
+  // create() may keep what it looked up for each component (the class objects)
+  // for the next creation; each creation still makes a new instance. Holds are
+  // counted: when the last is released, everything kept is let go.
   virtual void holdClassObjects(bool hold) { (void)hold; }
 
   // Text handed to and read from the 8-bit ("A") functions above, in the system's
@@ -50,6 +50,19 @@ class Platform : public ComponentFactory {
   // for anything else; the Windows platform uses the ANSI code page.
   virtual std::string toAnsi(const ustring& text);
   virtual ustring fromAnsi(const std::string& bytes);
+};
+
+// A hold on the installed platform's class objects for the holder's lifetime
+// (nothing when no platform is installed).
+class ClassObjectHold {
+ public:
+  ClassObjectHold();
+  ~ClassObjectHold();
+  ClassObjectHold(const ClassObjectHold&) = delete;
+  ClassObjectHold& operator=(const ClassObjectHold&) = delete;
+
+ private:
+  Platform* platform_;
 };
 
 // The process's platform. Raises 91 when none is installed.

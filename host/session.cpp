@@ -1,5 +1,7 @@
 #include "host/session.h"
 
+#include <memory>
+
 #include "host/language.h"
 #include "host/platform.h"
 
@@ -13,7 +15,7 @@ ObjectPtr g_hostObject;
 // What the active action scopes keep.
 struct Kept {
   int depth = 0;
-  Platform* platform = nullptr;  // the one told to hold its class objects
+  std::unique_ptr<ClassObjectHold> classObjects;
   bool hasProps = false;
   ustring props;
   int16_t language = 0;
@@ -23,15 +25,12 @@ Kept g_kept;
 
 ActionScope::ActionScope() {
   if (g_kept.depth++ > 0) return;
-  g_kept.platform = installedPlatform();
-  if (g_kept.platform) g_kept.platform->holdClassObjects(true);
+  g_kept.classObjects = std::make_unique<ClassObjectHold>();
 }
 
 ActionScope::~ActionScope() {
   if (--g_kept.depth > 0) return;
-  Platform* held = g_kept.platform;
   g_kept = Kept();
-  if (held) held->holdClassObjects(false);
 }
 
 const ustring* ActionScope::keptPropsString() { return g_kept.hasProps ? &g_kept.props : nullptr; }

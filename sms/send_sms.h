@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "automation/object.h"
+#include "host/platform.h"
 #include "sms/tree_model.h"
 
 namespace lumo::sms {
@@ -175,6 +176,9 @@ class SendSmsPresenter {
   void loadEveryNode(Tree which);
   void find(bool next);
 
+  // While the window lives, the components' class objects are kept: every search,
+  // Add and Send would otherwise look each component up again.
+  ClassObjectHold classObjects_;
   SendSmsView& view_;
   std::array<TreeModel, 2> trees_;
   std::array<std::vector<ustring>, 2> topKeys_;

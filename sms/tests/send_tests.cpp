@@ -365,6 +365,21 @@ TEST_F(Window, AVerdictAsksForTheLanguageOnce) {
   EXPECT_EQ(fake.creationCount(u"LumoLangInfo.LangInfo"), 2u);
 }
 
+TEST_F(Window, AWindowHoldsTheClassObjectsWhileItLives) {
+  auto held = [&] {
+    int n = 0;
+    for (bool h : fake.classObjectHolds) n += h ? 1 : -1;
+    return n;
+  };
+  EXPECT_EQ(held(), 1);  // the fixture's window
+  {
+    sms::SendSmsPresenter another(view);
+    another.formLoad();  // its actions hold and release on top
+    EXPECT_EQ(held(), 2);
+  }
+  EXPECT_EQ(held(), 1);
+}
+
 TEST_F(Window, ATrailingCommaPassesAndIsHandedOnAsTyped) {
   ready(u"通知", u"13800000001,");
   window.cmdSendClick();
