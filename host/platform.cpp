@@ -11,8 +11,6 @@ Platform& platform() {
   return *g_platform;
 }
 
-Platform* installedPlatform() { return g_platform; }
-
 ClassObjectHold::ClassObjectHold() : platform_(g_platform) {
   if (platform_) platform_->holdClassObjects(true);
 }

@@ -67,8 +67,6 @@ class ClassObjectHold {
 
 // The process's platform. Raises 91 when none is installed.
 Platform& platform();
-// The installed platform, or nullptr: for code that must not raise.
-Platform* installedPlatform();
 // Installs the platform (not owned); returns the previous one. nullptr uninstalls.
 Platform* setPlatform(Platform* p);
 
