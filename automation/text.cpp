@@ -87,6 +87,8 @@ std::size_t trailingBlanks(ustring_view s) {
   return n;
 }
 
+bool isBlank(ustring_view s) { return leadingBlanks(s) == s.size(); }
+
 ustring trimLeft(ustring_view s) { return ustring(s.substr(leadingBlanks(s))); }
 ustring trimRight(ustring_view s) { return ustring(s.substr(0, s.size() - trailingBlanks(s))); }
 

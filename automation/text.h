@@ -23,6 +23,8 @@ ustring trimLeft(ustring_view s);
 ustring trimRight(ustring_view s);
 std::size_t leadingBlanks(ustring_view s);
 std::size_t trailingBlanks(ustring_view s);
+// Whether nothing is left after trimming, without making the trimmed copy.
+bool isBlank(ustring_view s);
 
 // Simple case mapping (ASCII, Latin-1, Greek, Cyrillic, full-width Latin);
 // characters without a case are left alone.

@@ -52,8 +52,8 @@ class AnsiBuffer {
 
 class WindowsPlatform final : public Platform {
  public:
-  // While held (a window open, an action running), each component's class object
-  // is looked up once: the system's look-up is what creating a component mostly costs.
+  // While held (a window open), each component's class object is looked up
+  // once: the system's look-up is what creating a component mostly costs.
   ObjectPtr create(const ustring& progId) override {
     return holds_ > 0 ? classObjects_.create(progId) : lumo::win::createByProgId(progId);
   }

@@ -39,10 +39,10 @@ class Platform : public ComponentFactory {
   virtual int32_t setWindowPos(intptr_t window, intptr_t insertAfter, int32_t x, int32_t y, int32_t cx, int32_t cy,
                                uint32_t flags) = 0;
 
-  // While held (an open window, one user action that calls the host many times),
-  // create() may keep what it looked up for each component (the class objects)
-  // for the next creation; each creation still makes a new instance. Holds are
-  // counted: when the last is released, everything kept is let go.
+  // While held (by an open window, see ClassObjectHold), create() may keep what
+  // it looked up for each component (the class objects) for the next creation;
+  // each creation still makes a new instance. Holds are counted: when the last
+  // is released, everything kept is let go.
   virtual void holdClassObjects(bool hold) { (void)hold; }
 
   // Text handed to and read from the 8-bit ("A") functions above, in the system's

@@ -1,7 +1,5 @@
 #include "host/session.h"
 
-#include <memory>
-
 #include "host/language.h"
 #include "host/platform.h"
 
@@ -15,7 +13,6 @@ ObjectPtr g_hostObject;
 // What the active action scopes keep.
 struct Kept {
   int depth = 0;
-  std::unique_ptr<ClassObjectHold> classObjects;
   bool hasProps = false;
   ustring props;
   int16_t language = 0;
@@ -23,10 +20,7 @@ struct Kept {
 Kept g_kept;
 }  // namespace
 
-ActionScope::ActionScope() {
-  if (g_kept.depth++ > 0) return;
-  g_kept.classObjects = std::make_unique<ClassObjectHold>();
-}
+ActionScope::ActionScope() { ++g_kept.depth; }
 
 ActionScope::~ActionScope() {
   if (--g_kept.depth > 0) return;

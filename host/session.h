@@ -19,9 +19,8 @@ ustring getPropertyExt(const ustring& name);
 
 // One user action that calls the host many times (opening every branch of a tree
 // to search it) reads the session string and the language once: while a scope
-// lives, each is read on first use and kept; a failed read keeps nothing. The
-// platform may keep the components' class objects meanwhile. Scopes nest; the
-// outermost one forgets what was kept. Used on the host's UI thread only.
+// lives, each is read on first use and kept; a failed read keeps nothing. Scopes
+// nest; the outermost one forgets what was kept. Used on the host's UI thread only.
 class ActionScope {
  public:
   ActionScope();

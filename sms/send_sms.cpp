@@ -83,7 +83,7 @@ ustring personTag(const Variant& mobile) {
 ustring personText(const ustring& name, const Variant& mobile) {
   const ustring number = personTag(mobile);
   // A number of blanks is kept as the tag but not shown.
-  if (leadingBlanks(number) == number.size()) return name;
+  if (isBlank(number)) return name;
   ustring text;
   text.reserve(name.size() + number.size() + 3);
   text += name;
@@ -103,7 +103,7 @@ bool acceptReceiverKey(int32_t keyAscii) {
 }
 
 ustring appendNumber(const ustring& box, const ustring& number) {
-  if (trim(box).empty()) return number;
+  if (isBlank(box)) return number;
   return box + u"," + number;
 }
 
@@ -152,7 +152,7 @@ bool SendSmsPresenter::isRelateEmp() {
 void SendSmsPresenter::formLoad() {
   errorTrap(source(u"Form_Load"), [&] {
     // Some thirty captions are looked up: the language is asked for once.
-    ActionScope session;
+    ActionScope action;
     view_.setCaption(Control::Form, loadVtString(u"发送短信"));
     view_.setCaption(Control::faRecevie, loadVtString(u"接收号码"));
     view_.setCaption(Control::tabDepartment, loadVtString(u"部门"));
@@ -420,7 +420,7 @@ void SendSmsPresenter::find(bool next) {
   errorTrap(source(next ? u"cmdFindNext_Click" : u"cmdFind_Click"), [&] {
     // Opening every branch calls the host for each: the session string and the
     // language are read once for the whole search.
-    ActionScope session;
+    ActionScope action;
     const Tree which = currentTree();
     const char16_t letter = letterOf(which);
     std::size_t& position = searchPosition_[index(which)];
@@ -493,9 +493,7 @@ void SendSmsPresenter::cmdSendClick() {
     // Read in place: nothing changes the box before the list is handed on.
     const ustring& receivers = view_.receiversText();
     const ustring message = view_.messageText();
-    // Blank tests that copy nothing: the receiver list can be a megabyte.
-    auto blank = [](const ustring& text) { return leadingBlanks(text) == text.size(); };
-    if (blank(receivers) || blank(message)) {
+    if (isBlank(receivers) || isBlank(message)) {
       msgBoxEx(loadVtString(u"必须输入短信内容和接收号码"));
       return;
     }

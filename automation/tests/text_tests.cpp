@@ -12,6 +12,14 @@ TEST(Text, TrimRemovesSpacesOnly) {
   EXPECT_EQ(trailingBlanks(u"  x "), 1u);
 }
 
+TEST(Text, BlankMeansNothingLeftAfterTrimming) {
+  EXPECT_TRUE(isBlank(u""));
+  EXPECT_TRUE(isBlank(u"   "));
+  EXPECT_FALSE(isBlank(u"  1 "));
+  EXPECT_FALSE(isBlank(u"\t"));  // only spaces are trimmed
+  EXPECT_FALSE(isBlank(u"\u3000"));
+}
+
 TEST(Text, Utf8RoundTripKeepsChineseAndAstralCharacters) {
   const ustring s = u"短信平台😀abc";
   EXPECT_EQ(fromUtf8(toUtf8(s)), s);

@@ -185,25 +185,20 @@ TEST_F(Session, NestedScopesShareWhatTheOutermostKept) {
   EXPECT_EQ(fake.creationCount(u"PropsMgr.ShareProps"), 1u);
 }
 
-TEST_F(Session, TheOutermostScopeHoldsThePlatformsClassObjects) {
+TEST_F(Session, AClassObjectHoldHoldsForItsLifetimeAndNeedsNoPlatform) {
   {
-    ActionScope outer;
+    ClassObjectHold window;
     EXPECT_EQ(fake.classObjectHolds, std::vector<bool>{true});
-    {
-      ActionScope inner;
-    }
+    ActionScope action;  // an action holds nothing of its own
     EXPECT_EQ(fake.classObjectHolds, std::vector<bool>{true});
   }
   EXPECT_EQ(fake.classObjectHolds, (std::vector<bool>{true, false}));
-}
-
-TEST_F(Session, AScopeWithoutPlatformIsHarmless) {
   Platform* mine = setPlatform(nullptr);
   {
-    ActionScope action;
+    ClassObjectHold none;
   }
   setPlatform(mine);
-  EXPECT_TRUE(fake.classObjectHolds.empty());
+  EXPECT_EQ(fake.classObjectHolds.size(), 2u);
 }
 
 TEST_F(Session, AFailedReadingIsNotKeptByTheScope) {

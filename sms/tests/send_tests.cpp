@@ -374,7 +374,7 @@ TEST_F(Window, AWindowHoldsTheClassObjectsWhileItLives) {
   EXPECT_EQ(held(), 1);  // the fixture's window
   {
     sms::SendSmsPresenter another(view);
-    another.formLoad();  // its actions hold and release on top
+    another.formLoad();
     EXPECT_EQ(held(), 2);
   }
   EXPECT_EQ(held(), 1);
