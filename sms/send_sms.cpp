@@ -411,7 +411,7 @@ void SendSmsPresenter::loadEveryNode(Tree which) {
   const std::vector<ustring> keys = topKeys_[index(which)];
   for (const ustring& key : keys) {
     const NodeId node = t.find(key);
-    if (node == kNoNode) throw Error(treeerr::ElementNotFound, u"Element not found");
+    if (node == kNoNode) throw Error(ui::treeerr::ElementNotFound, u"Element not found");
     if (!t.expanded(node)) t.setExpanded(node, true);
   }
 }

@@ -15,9 +15,14 @@
 
 #include "automation/object.h"
 #include "host/platform.h"
-#include "sms/tree_model.h"
+#include "ui/tree_model.h"
 
 namespace lumo::sms {
+
+// The directories are check-box trees of the portable UI library.
+using ui::kNoNode;
+using ui::NodeId;
+using ui::TreeModel;
 
 enum class Tree : int32_t { Department = 0, Group = 1 };
 

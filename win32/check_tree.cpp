@@ -16,7 +16,7 @@ struct SyncScope {
 };
 }  // namespace
 
-CheckTree::CheckTree(sms::TreeModel& model, CheckTreeListener& listener) : model_(model), listener_(listener) {}
+CheckTree::CheckTree(ui::TreeModel& model, CheckTreeListener& listener) : model_(model), listener_(listener) {}
 
 CheckTree::~CheckTree() {
   model_.setObserver(nullptr);
@@ -62,18 +62,18 @@ LRESULT CALLBACK CheckTree::windowProc(HWND hwnd, UINT msg, WPARAM wParam, LPARA
   return CallWindowProcW(previous, hwnd, msg, wParam, lParam);
 }
 
-HTREEITEM CheckTree::itemOf(sms::NodeId node) const {
+HTREEITEM CheckTree::itemOf(ui::NodeId node) const {
   return node < items_.size() ? items_[node] : nullptr;
 }
 
-sms::NodeId CheckTree::nodeOf(HTREEITEM item) const {
-  if (!item || !hwnd_) return sms::kNoNode;
+ui::NodeId CheckTree::nodeOf(HTREEITEM item) const {
+  if (!item || !hwnd_) return ui::kNoNode;
   TVITEMW tv{};
   tv.mask = TVIF_PARAM | TVIF_HANDLE;
   tv.hItem = item;
-  if (!TreeView_GetItem(hwnd_, &tv)) return sms::kNoNode;
-  const auto node = static_cast<sms::NodeId>(tv.lParam);
-  return model_.contains(node) ? node : sms::kNoNode;
+  if (!TreeView_GetItem(hwnd_, &tv)) return ui::kNoNode;
+  const auto node = static_cast<ui::NodeId>(tv.lParam);
+  return model_.contains(node) ? node : ui::kNoNode;
 }
 
 void CheckTree::setItemCheck(HTREEITEM item, bool checked) {
@@ -90,11 +90,11 @@ bool CheckTree::itemChecked(HTREEITEM item) const {
   return (state >> 12) == 2;
 }
 
-void CheckTree::insert(sms::NodeId node, bool readBack) {
+void CheckTree::insert(ui::NodeId node, bool readBack) {
   if (!hwnd_) return;
-  const sms::NodeId parent = model_.parent(node);
+  const ui::NodeId parent = model_.parent(node);
   TVINSERTSTRUCTW ins{};
-  ins.hParent = parent == sms::kNoNode ? TVI_ROOT : itemOf(parent);
+  ins.hParent = parent == ui::kNoNode ? TVI_ROOT : itemOf(parent);
   if (!ins.hParent) return;
   ins.hInsertAfter = TVI_LAST;
   ins.item.mask = TVIF_TEXT | TVIF_PARAM | TVIF_STATE;
@@ -114,7 +114,7 @@ void CheckTree::insert(sms::NodeId node, bool readBack) {
   if (readBack && model_.checked(node) && !itemChecked(item)) setItemCheck(item, true);
 }
 
-void CheckTree::nodeAdded(sms::NodeId node) {
+void CheckTree::nodeAdded(ui::NodeId node) {
   // During an update new nodes wait for its end (see flushAdded).
   if (deferring_) {
     added_.push_back(node);
@@ -126,7 +126,7 @@ void CheckTree::nodeAdded(sms::NodeId node) {
 
 void CheckTree::flushAdded() {
   if (added_.empty()) return;
-  std::vector<sms::NodeId> added;
+  std::vector<ui::NodeId> added;
   added.swap(added_);
   SyncScope sync(syncing_);
   // Once the control has its check-box images it keeps the state given on
@@ -135,10 +135,10 @@ void CheckTree::flushAdded() {
   const bool readBack = TreeView_GetImageList(hwnd_, TVSIL_STATE) == nullptr;
   // In the order added, so parents come before their children; a node removed
   // meanwhile has left the model.
-  for (const sms::NodeId node : added)
+  for (const ui::NodeId node : added)
     if (model_.contains(node)) insert(node, readBack);
   // What was set on them while they waited: opened, selected.
-  for (const sms::NodeId node : added) {
+  for (const ui::NodeId node : added) {
     if (!model_.contains(node)) continue;
     if (model_.expanded(node) || model_.selected(node)) nodeChanged(node);
   }
@@ -146,10 +146,10 @@ void CheckTree::flushAdded() {
 
 void CheckTree::openDeferred() {
   if (opened_.empty()) return;
-  std::vector<sms::NodeId> opened;
+  std::vector<ui::NodeId> opened;
   opened.swap(opened_);
   SyncScope sync(syncing_);
-  for (const sms::NodeId node : opened) {
+  for (const ui::NodeId node : opened) {
     HTREEITEM item = model_.contains(node) && model_.expanded(node) ? itemOf(node) : nullptr;
     if (!item || (TreeView_GetItemState(hwnd_, item, TVIS_EXPANDED) & TVIS_EXPANDED)) continue;
     if (TreeView_GetChild(hwnd_, item)) {
@@ -167,24 +167,24 @@ void CheckTree::openDeferred() {
   }
 }
 
-void CheckTree::forget(sms::NodeId node) {
-  std::vector<sms::NodeId> stack{node};
+void CheckTree::forget(ui::NodeId node) {
+  std::vector<ui::NodeId> stack{node};
   while (!stack.empty()) {
-    const sms::NodeId n = stack.back();
+    const ui::NodeId n = stack.back();
     stack.pop_back();
     if (n < items_.size()) items_[n] = nullptr;
-    for (sms::NodeId c = model_.firstChild(n); c != sms::kNoNode; c = model_.nextSibling(c)) stack.push_back(c);
+    for (ui::NodeId c = model_.firstChild(n); c != ui::kNoNode; c = model_.nextSibling(c)) stack.push_back(c);
   }
 }
 
-void CheckTree::nodeRemoving(sms::NodeId node) {
+void CheckTree::nodeRemoving(ui::NodeId node) {
   SyncScope sync(syncing_);
   HTREEITEM item = itemOf(node);
   forget(node);
   if (item && hwnd_) TreeView_DeleteItem(hwnd_, item);
 }
 
-void CheckTree::nodeChanged(sms::NodeId node) {
+void CheckTree::nodeChanged(ui::NodeId node) {
   HTREEITEM item = itemOf(node);
   if (!item || !hwnd_) return;
   SyncScope sync(syncing_);
@@ -227,7 +227,7 @@ void CheckTree::updateBegun() {
   hadNoScroll_ = (GetWindowLongPtrW(hwnd_, GWL_STYLE) & TVS_NOSCROLL) != 0;
   setStyleBit(hwnd_, TVS_NOSCROLL, true);
   deferring_ = true;
-  showAfterUpdate_ = sms::kNoNode;
+  showAfterUpdate_ = ui::kNoNode;
 }
 
 void CheckTree::updateEnded() {
@@ -244,7 +244,7 @@ void CheckTree::updateEnded() {
   deferring_ = false;
   // A node removed during the update has left items_ and is not shown.
   HTREEITEM show = itemOf(showAfterUpdate_);
-  showAfterUpdate_ = sms::kNoNode;
+  showAfterUpdate_ = ui::kNoNode;
   if (!hwnd_) return;
   setStyleBit(hwnd_, TVS_NOSCROLL, hadNoScroll_);
   SendMessageW(hwnd_, WM_SETREDRAW, TRUE, 0);
@@ -269,24 +269,24 @@ bool CheckTree::onNotify(const NMHDR& header, LRESULT* result) {
     case TVN_ITEMEXPANDINGW: {
       if (syncing_) return true;
       const auto& nm = reinterpret_cast<const NMTREEVIEWW&>(header);
-      const sms::NodeId node = nodeOf(nm.itemNew.hItem);
-      if (node == sms::kNoNode) return true;
+      const ui::NodeId node = nodeOf(nm.itemNew.hItem);
+      if (node == ui::kNoNode) return true;
       if (nm.action & TVE_EXPAND) {
         userExpanding_ = node;
         listener_.treeExpand(id_, node);
-        userExpanding_ = sms::kNoNode;
+        userExpanding_ = ui::kNoNode;
       } else if (nm.action & TVE_COLLAPSE) {
         userExpanding_ = node;
         listener_.treeCollapse(id_, node);
-        userExpanding_ = sms::kNoNode;
+        userExpanding_ = ui::kNoNode;
       }
       return true;
     }
     case TVN_SELCHANGEDW: {
       if (syncing_) return true;
       const auto& nm = reinterpret_cast<const NMTREEVIEWW&>(header);
-      const sms::NodeId node = nodeOf(nm.itemNew.hItem);
-      if (node != sms::kNoNode && !model_.selected(node)) listener_.treeClick(id_, node);
+      const ui::NodeId node = nodeOf(nm.itemNew.hItem);
+      if (node != ui::kNoNode && !model_.selected(node)) listener_.treeClick(id_, node);
       return true;
     }
     case NM_CLICK: {
@@ -302,8 +302,8 @@ bool CheckTree::onNotify(const NMHDR& header, LRESULT* result) {
       hit.pt = lastButtonDown_;
       HTREEITEM item = TreeView_HitTest(hwnd_, &hit);
       if (item && (hit.flags & TVHT_ONITEM) && !(hit.flags & TVHT_ONITEMSTATEICON)) {
-        const sms::NodeId node = nodeOf(item);
-        if (node != sms::kNoNode && !model_.selected(node)) listener_.treeClick(id_, node);
+        const ui::NodeId node = nodeOf(item);
+        if (node != ui::kNoNode && !model_.selected(node)) listener_.treeClick(id_, node);
         listener_.treeDoubleClick(id_);
       }
       return true;
@@ -327,8 +327,8 @@ bool CheckTree::onNotify(const NMHDR& header, LRESULT* result) {
 void CheckTree::onPendingCheck(LPARAM lParam, bool fromKey) {
   if (!hwnd_) return;
   auto item = reinterpret_cast<HTREEITEM>(lParam);
-  const sms::NodeId node = nodeOf(item);
-  if (node == sms::kNoNode || itemOf(node) != item) return;
+  const ui::NodeId node = nodeOf(item);
+  if (node == ui::kNoNode || itemOf(node) != item) return;
   const bool shown = itemChecked(item);
   if (shown != model_.checked(node)) {
     listener_.treeCheck(id_, node, shown);

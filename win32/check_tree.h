@@ -23,7 +23,7 @@
 
 #include <vector>
 
-#include "sms/tree_model.h"
+#include "ui/tree_model.h"
 #include "win32/controls.h"
 
 namespace lumo::win32 {
@@ -31,20 +31,20 @@ namespace lumo::win32 {
 class CheckTreeListener {
  public:
   virtual ~CheckTreeListener() = default;
-  virtual void treeExpand(int treeId, sms::NodeId node) = 0;
-  virtual void treeCollapse(int treeId, sms::NodeId node) = 0;
-  virtual void treeClick(int treeId, sms::NodeId node) = 0;
-  virtual void treeCheck(int treeId, sms::NodeId node, bool checked) = 0;
+  virtual void treeExpand(int treeId, ui::NodeId node) = 0;
+  virtual void treeCollapse(int treeId, ui::NodeId node) = 0;
+  virtual void treeClick(int treeId, ui::NodeId node) = 0;
+  virtual void treeCheck(int treeId, ui::NodeId node, bool checked) = 0;
   virtual void treeDoubleClick(int treeId) = 0;
 };
 
-class CheckTree final : private sms::TreeObserver {
+class CheckTree final : private ui::TreeObserver {
  public:
   // The message posted to the parent for a pending check: wParam the control id,
   // lParam the HTREEITEM; the parent hands it to onPendingCheck.
   static constexpr UINT kPendingCheck = WM_APP + 0x31;
 
-  CheckTree(sms::TreeModel& model, CheckTreeListener& listener);
+  CheckTree(ui::TreeModel& model, CheckTreeListener& listener);
   CheckTree(const CheckTree&) = delete;
   CheckTree& operator=(const CheckTree&) = delete;
   ~CheckTree() override;
@@ -58,23 +58,23 @@ class CheckTree final : private sms::TreeObserver {
   bool onNotify(const NMHDR& header, LRESULT* result);
   void onPendingCheck(LPARAM item, bool fromKey);
 
-  HTREEITEM itemOf(sms::NodeId node) const;
-  sms::NodeId nodeOf(HTREEITEM item) const;
+  HTREEITEM itemOf(ui::NodeId node) const;
+  ui::NodeId nodeOf(HTREEITEM item) const;
 
  private:
-  void nodeAdded(sms::NodeId node) override;
-  void nodeRemoving(sms::NodeId node) override;
-  void nodeChanged(sms::NodeId node) override;
+  void nodeAdded(ui::NodeId node) override;
+  void nodeRemoving(ui::NodeId node) override;
+  void nodeChanged(ui::NodeId node) override;
   void treeCleared() override;
   void updateBegun() override;
   void updateEnded() override;
 
   // readBack: whether a checked node's box is read back and set again when the
   // control dropped it.
-  void insert(sms::NodeId node, bool readBack);
+  void insert(ui::NodeId node, bool readBack);
   void flushAdded();
   void openDeferred();
-  void forget(sms::NodeId node);
+  void forget(ui::NodeId node);
   void setItemCheck(HTREEITEM item, bool checked);
   bool itemChecked(HTREEITEM item) const;
 
@@ -85,7 +85,7 @@ class CheckTree final : private sms::TreeObserver {
   static LRESULT CALLBACK windowProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam);
   void unsubclass();
 
-  sms::TreeModel& model_;
+  ui::TreeModel& model_;
   CheckTreeListener& listener_;
   HWND hwnd_ = nullptr;
   WNDPROC previousProc_ = nullptr;
@@ -96,21 +96,21 @@ class CheckTree final : private sms::TreeObserver {
   POINT lastButtonDown_{-1, -1};
   // Changes made from the model are not the user's: their notifications are ignored.
   int syncing_ = 0;
-  sms::NodeId userExpanding_ = sms::kNoNode;
+  ui::NodeId userExpanding_ = ui::kNoNode;
   // An update is under way with drawing switched off; whether the control was
   // hidden when it began, and the node selected during it, to be scrolled to at its end.
   bool deferring_ = false;
   bool hadNoScroll_ = false;
   bool wasHidden_ = false;
-  sms::NodeId showAfterUpdate_ = sms::kNoNode;
+  ui::NodeId showAfterUpdate_ = ui::kNoNode;
   // Nodes added during the update, put into the control at its end: opening a
   // node costs Wine's control a walk over every item under the open nodes, so
   // a branch filled before the next one is opened made loading every branch
   // cost the square of the tree's size.
-  std::vector<sms::NodeId> added_;
+  std::vector<ui::NodeId> added_;
   // Nodes opened during the update, opened in the control at its end before the
   // nodes added go in: each opening walks the items shown under every open node.
-  std::vector<sms::NodeId> opened_;
+  std::vector<ui::NodeId> opened_;
 };
 
 }  // namespace lumo::win32

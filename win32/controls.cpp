@@ -30,9 +30,8 @@ UINT windowDpi(HWND hwnd) {
     const UINT dpi = getDpiForWindow(hwnd);
     if (dpi) return dpi;
   }
-  HDC dc = GetDC(hwnd);
-  const int dpi = dc ? GetDeviceCaps(dc, LOGPIXELSY) : 96;
-  if (dc) ReleaseDC(hwnd, dc);
+  const WindowDC dc(hwnd);
+  const int dpi = dc.get() ? GetDeviceCaps(dc.get(), LOGPIXELSY) : 96;
   return dpi > 0 ? static_cast<UINT>(dpi) : 96;
 }
 
@@ -43,9 +42,8 @@ Font messageFont(UINT dpi, const ustring& face, int charset) {
   if (SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0)) {
     lf = metrics.lfMessageFont;
     // The metrics are given at the system's DPI; rescale them to the window's.
-    HDC dc = GetDC(nullptr);
-    const int systemDpi = dc ? GetDeviceCaps(dc, LOGPIXELSY) : 96;
-    if (dc) ReleaseDC(nullptr, dc);
+    const WindowDC dc(nullptr);
+    const int systemDpi = dc.get() ? GetDeviceCaps(dc.get(), LOGPIXELSY) : 96;
     if (systemDpi > 0) lf.lfHeight = MulDiv(lf.lfHeight, static_cast<int>(dpi), systemDpi);
   } else {
     lf.lfHeight = -MulDiv(9, static_cast<int>(dpi), 72);

@@ -1,4 +1,4 @@
-// Owning handles for windows, fonts and image lists, and the DPI helpers every
+// Child controls, window texts, the fonts a view uses and the DPI helpers every
 // view lays itself out with.
 #pragma once
 
@@ -7,6 +7,7 @@
 
 #include "automation/object.h"
 #include "automation/text.h"
+#include "win32/window.h"
 
 namespace lumo::win32 {
 
@@ -22,32 +23,6 @@ void setWindowText(HWND hwnd, const ustring& text);
 UINT windowDpi(HWND hwnd);
 // A length given at 96 DPI, at 'dpi'.
 inline int scale(int length, UINT dpi) { return MulDiv(length, static_cast<int>(dpi), 96); }
-
-class Font {
- public:
-  Font() = default;
-  explicit Font(HFONT f) : font_(f) {}
-  Font(const Font&) = delete;
-  Font& operator=(const Font&) = delete;
-  Font(Font&& o) noexcept : font_(o.font_) { o.font_ = nullptr; }
-  Font& operator=(Font&& o) noexcept {
-    if (this != &o) {
-      reset();
-      font_ = o.font_;
-      o.font_ = nullptr;
-    }
-    return *this;
-  }
-  ~Font() { reset(); }
-  HFONT get() const { return font_; }
-  void reset() {
-    if (font_) DeleteObject(font_);
-    font_ = nullptr;
-  }
-
- private:
-  HFONT font_ = nullptr;
-};
 
 // The system's message font at 'dpi' (what dialogs use), or the same size in the
 // face and character set a host chose (an empty face keeps the system's).
@@ -66,46 +41,6 @@ class FormFont {
  private:
   std::shared_ptr<DynamicObject> font_;
   ObjectPtr form_;
-};
-
-class ImageList {
- public:
-  ImageList() = default;
-  explicit ImageList(HIMAGELIST l) : list_(l) {}
-  ImageList(const ImageList&) = delete;
-  ImageList& operator=(const ImageList&) = delete;
-  ~ImageList() { reset(); }
-  HIMAGELIST get() const { return list_; }
-  void reset(HIMAGELIST l = nullptr) {
-    if (list_) ImageList_Destroy(list_);
-    list_ = l;
-  }
-
- private:
-  HIMAGELIST list_ = nullptr;
-};
-
-// A window destroyed with its owner object unless released.
-class Window {
- public:
-  Window() = default;
-  explicit Window(HWND h) : hwnd_(h) {}
-  Window(const Window&) = delete;
-  Window& operator=(const Window&) = delete;
-  ~Window() { reset(); }
-  HWND get() const { return hwnd_; }
-  HWND release() {
-    HWND h = hwnd_;
-    hwnd_ = nullptr;
-    return h;
-  }
-  void reset(HWND h = nullptr) {
-    if (hwnd_ && IsWindow(hwnd_)) DestroyWindow(hwnd_);
-    hwnd_ = h;
-  }
-
- private:
-  HWND hwnd_ = nullptr;
 };
 
 // A child control; raises an Error when the system refuses to create it.

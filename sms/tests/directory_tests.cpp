@@ -6,8 +6,8 @@
 
 using namespace lumo;
 using namespace lumo::test;
-using sms::kNoNode;
-using sms::NodeId;
+using ui::kNoNode;
+using ui::NodeId;
 using sms::Tree;
 
 namespace {
@@ -35,7 +35,7 @@ TEST_F(Directory, DepartmentTreeIsReadWithItsExactQuery) {
 
 TEST_F(Directory, NoDepartmentComesFirstThenDepartmentsInQueryOrder) {
   open();
-  const sms::TreeModel& t = tree(D);
+  const ui::TreeModel& t = tree(D);
   std::vector<ustring> roots, texts;
   for (NodeId n = t.firstRoot(); n != kNoNode; n = t.nextSibling(n)) {
     roots.push_back(t.key(n));
@@ -269,7 +269,7 @@ TEST_F(Directory, CheckingAnUnopenedDepartmentLoadsAndChecksEveryone) {
 
 namespace {
 // Which model changes a view hears inside and outside updates.
-struct UpdateRecorder : sms::TreeObserver {
+struct UpdateRecorder : ui::TreeObserver {
   int depth = 0, updates = 0, outside = 0;
   void nodeAdded(NodeId) override { count(); }
   void nodeRemoving(NodeId) override { count(); }

@@ -4,8 +4,8 @@
 
 using namespace lumo;
 using namespace lumo::test;
-using sms::kNoNode;
-using sms::NodeId;
+using ui::kNoNode;
+using ui::NodeId;
 using sms::Tree;
 
 namespace {
@@ -229,7 +229,7 @@ TEST_F(Receivers, FindLoadsEveryNodeThenSelectsTheFirstMatch) {
 
 TEST_F(Receivers, FindLoadsEveryBranchInOneUpdateOfTheTree) {
   open();
-  struct Counter : sms::TreeObserver {
+  struct Counter : ui::TreeObserver {
     int begun = 0, ended = 0, removed = 0;
     void updateBegun() override { ++begun; }
     void updateEnded() override { ++ended; }

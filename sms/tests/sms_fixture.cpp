@@ -4,7 +4,7 @@
 
 namespace lumo::test {
 
-using sms::NodeId;
+using ui::NodeId;
 using sms::Tree;
 
 const ustring kDepartmentTreeSql =
@@ -205,31 +205,31 @@ void SmsTest::open() {
 
 std::vector<ustring> SmsTest::childKeys(Tree which, const ustring& key) {
   std::vector<ustring> out;
-  const sms::TreeModel& t = tree(which);
+  const ui::TreeModel& t = tree(which);
   const NodeId parent = t.find(key);
-  if (parent == sms::kNoNode) {
+  if (parent == ui::kNoNode) {
     ADD_FAILURE() << "no node " << u8(key);
     return out;
   }
-  for (NodeId c = t.firstChild(parent); c != sms::kNoNode; c = t.nextSibling(c)) out.push_back(t.key(c));
+  for (NodeId c = t.firstChild(parent); c != ui::kNoNode; c = t.nextSibling(c)) out.push_back(t.key(c));
   return out;
 }
 
 std::vector<ustring> SmsTest::childTexts(Tree which, const ustring& key) {
   std::vector<ustring> out;
-  const sms::TreeModel& t = tree(which);
+  const ui::TreeModel& t = tree(which);
   const NodeId parent = t.find(key);
-  if (parent == sms::kNoNode) {
+  if (parent == ui::kNoNode) {
     ADD_FAILURE() << "no node " << u8(key);
     return out;
   }
-  for (NodeId c = t.firstChild(parent); c != sms::kNoNode; c = t.nextSibling(c)) out.push_back(t.text(c));
+  for (NodeId c = t.firstChild(parent); c != ui::kNoNode; c = t.nextSibling(c)) out.push_back(t.text(c));
   return out;
 }
 
 std::vector<ustring> SmsTest::positionKeys(Tree which) {
   std::vector<ustring> out;
-  const sms::TreeModel& t = tree(which);
+  const ui::TreeModel& t = tree(which);
   for (std::size_t p = 1; p <= t.count(); ++p) out.push_back(t.key(t.at(p)));
   return out;
 }
@@ -242,13 +242,13 @@ std::vector<ustring> SmsTest::prompts() const {
 
 void SmsTest::check(Tree which, const ustring& key, bool on) {
   const NodeId n = node(which, key);
-  ASSERT_NE(n, sms::kNoNode) << u8(key);
+  ASSERT_NE(n, ui::kNoNode) << u8(key);
   window.nodeCheck(which, n, on);
 }
 
 void SmsTest::expand(Tree which, const ustring& key) {
   const NodeId n = node(which, key);
-  ASSERT_NE(n, sms::kNoNode) << u8(key);
+  ASSERT_NE(n, ui::kNoNode) << u8(key);
   window.nodeExpand(which, n);
 }
 

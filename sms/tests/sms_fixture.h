@@ -126,8 +126,8 @@ class SmsTest : public ::testing::Test {
 
   // The entry command's check, then the window's load.
   void open();
-  sms::TreeModel& tree(sms::Tree which) { return window.tree(which); }
-  sms::NodeId node(sms::Tree which, const ustring& key) { return window.tree(which).find(key); }
+  ui::TreeModel& tree(sms::Tree which) { return window.tree(which); }
+  ui::NodeId node(sms::Tree which, const ustring& key) { return window.tree(which).find(key); }
   std::vector<ustring> childKeys(sms::Tree which, const ustring& key);
   std::vector<ustring> childTexts(sms::Tree which, const ustring& key);
   // Keys by position, 1 to count.

@@ -27,7 +27,7 @@
 #include "automation/error.h"
 #include "automation/text.h"
 
-namespace lumo::sms {
+namespace lumo::ui {
 
 // A node handle. 0 is "no node" (also the parent of a top-level node). Handles of
 // removed nodes are not reused until the tree is cleared.
@@ -151,4 +151,4 @@ class TreeModel {
   TreeObserver* observer_ = nullptr;
 };
 
-}  // namespace lumo::sms
+}  // namespace lumo::ui

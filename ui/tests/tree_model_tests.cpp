@@ -3,12 +3,10 @@
 #include <algorithm>
 #include <random>
 
-#include "fake_platform.h"
-#include "sms/tree_model.h"
+#include "ui/tree_model.h"
 
 using namespace lumo;
-using namespace lumo::sms;
-using lumo::test::u8;
+using namespace lumo::ui;
 
 namespace {
 
@@ -46,9 +44,9 @@ void twoLevels(TreeModel& t, int roots) {
 struct Recorder : TreeObserver {
   std::vector<std::string> events;
   const TreeModel* tree = nullptr;
-  void nodeAdded(NodeId n) override { events.push_back("add " + u8(tree->key(n))); }
-  void nodeRemoving(NodeId n) override { events.push_back("remove " + u8(tree->key(n))); }
-  void nodeChanged(NodeId n) override { events.push_back("change " + u8(tree->key(n))); }
+  void nodeAdded(NodeId n) override { events.push_back("add " + toUtf8(tree->key(n))); }
+  void nodeRemoving(NodeId n) override { events.push_back("remove " + toUtf8(tree->key(n))); }
+  void nodeChanged(NodeId n) override { events.push_back("change " + toUtf8(tree->key(n))); }
   void treeCleared() override { events.push_back("clear"); }
   void updateBegun() override { events.push_back("begin"); }
   void updateEnded() override { events.push_back("end"); }

@@ -1,6 +1,6 @@
-#include "sms/tree_model.h"
+#include "ui/tree_model.h"
 
-namespace lumo::sms {
+namespace lumo::ui {
 
 namespace {
 [[noreturn]] void raiseTree(int32_t number) {
@@ -182,4 +182,4 @@ void TreeModel::setSelected(NodeId node, bool on) {
   }
 }
 
-}  // namespace lumo::sms
+}  // namespace lumo::ui
