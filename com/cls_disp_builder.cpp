@@ -6,9 +6,9 @@
 #include "display/disp_builder.h"
 // clang-format off
 #include "com/classes.h"
+#include "com/composition.h"
 #include "com/dual.h"
 #include "com/typelib.h"
-#include "display/win/frm_displayer.h"
 // clang-format on
 
 namespace lumo::com {
@@ -16,11 +16,9 @@ namespace {
 
 class DispBuilderObject final : public DualObject<_clsDispBuilder> {
  public:
-  DispBuilderObject() : DualObject(IID__clsDispBuilder, CLSID_clsDispBuilder, u"clsDispBuilder") {
-    // The builder's window is a real one: the display windows of this module.
-    display::win::installDisplayerWindows(moduleHandle());
-    builder_ = std::make_unique<display::DispBuilder>();
-  }
+  explicit DispBuilderObject(WindowFactory& windows)
+      : DualObject(IID__clsDispBuilder, CLSID_clsDispBuilder, u"clsDispBuilder"),
+        builder_(std::make_unique<display::DispBuilder>(windows)) {}
 
   HRESULT STDMETHODCALLTYPE put_WindowPos(Enum_WindowPos value) override {
     return run(u"WindowPos", [&] { builder_->setWindowPos(static_cast<int32_t>(value)); });
@@ -114,6 +112,8 @@ class DispBuilderObject final : public DualObject<_clsDispBuilder> {
 
 }  // namespace
 
-HRESULT createDispBuilder(REFIID riid, void** ppv) noexcept { return createInstance<DispBuilderObject>(riid, ppv); }
+HRESULT createDispBuilder(REFIID riid, void** ppv) noexcept {
+  return createInstance<DispBuilderObject>(riid, ppv, addinWindows());
+}
 
 }  // namespace lumo::com

@@ -149,14 +149,14 @@ class DualObject : public Itf, public IProvideClassInfo, public ISupportErrorInf
   lumo::win::ComPtr<ITypeInfo> typeInfo_;
 };
 
-// Creates a new instance of T and queries it for riid.
-template <class T>
-HRESULT createInstance(REFIID riid, void** ppv) noexcept {
+// Creates a new instance of T from 'args' and queries it for riid.
+template <class T, class... Args>
+HRESULT createInstance(REFIID riid, void** ppv, Args&&... args) noexcept {
   if (!ppv) return E_POINTER;
   *ppv = nullptr;
   try {
     installPlatform();
-    T* object = new T();
+    T* object = new T(std::forward<Args>(args)...);
     object->AddRef();
     HRESULT hr = object->QueryInterface(riid, ppv);
     object->Release();

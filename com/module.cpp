@@ -6,6 +6,7 @@
 #include "automation/win/bridge.h"
 #include "automation/win/com_ptr.h"
 #include "host/language.h"
+#include "win32/window.h"
 
 namespace lumo::com {
 namespace {
@@ -61,6 +62,8 @@ bool canUnload() {
   // The module may go now: drop what it keeps for the life of the process (the
   // type library, the shared resource loaders) while it is still safe to call out.
   if (g_typeLib) std::exchange(g_typeLib, nullptr)->Release();
+  // No window of ours is left: the window classes may go with the module.
+  win32::unregisterWindowClasses();
   try {
     lumo::resetLanguageObjects();
   } catch (...) {

@@ -6,10 +6,8 @@
 
 namespace lumo::display {
 
-DispBuilder::DispBuilder() : DispBuilder(DisplayerFactory(&makeDisplayer)) {}
-
-DispBuilder::DispBuilder(const DisplayerFactory& factory) {
-  window_ = factory ? factory() : nullptr;
+DispBuilder::DispBuilder(WindowFactory& windows) {
+  window_ = windows.listWindow();
   if (!window_) throw Error(errnum::CannotCreateObject, u"ActiveX component can't create object: frmDisplayer");
   window_->load();
   colTypes_.assign(static_cast<std::size_t>(cols()) + 1, coltype::CTString);

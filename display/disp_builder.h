@@ -8,6 +8,7 @@
 
 #include "automation/object.h"
 #include "display/displayer.h"
+#include "host/windows.h"
 
 namespace lumo::display {
 
@@ -31,10 +32,9 @@ constexpr int32_t kBuilderColumnWidth = 1600;  // twips, every column after Cols
 
 class DispBuilder {
  public:
-  // Creates the builder's display window through the factory (makeDisplayer by
-  // default) and loads it, as the first use of a window loads it.
-  DispBuilder();
-  explicit DispBuilder(const DisplayerFactory& factory);
+  // Creates the builder's display window through the factory and loads it, as the
+  // first use of a window loads it; raises 429 when the factory has none.
+  explicit DispBuilder(WindowFactory& windows);
   // Releasing the builder releases its window.
   ~DispBuilder() = default;
 
@@ -92,10 +92,10 @@ class DispBuilder {
   // The rows added so far and the column-type table (entries 0..cols).
   int32_t rowCount() const { return rowCount_; }
   const std::vector<int32_t>& colTypes() const { return colTypes_; }
-  Displayer& window() { return *window_; }
+  DisplayerPresenter& window() { return *window_; }
 
  private:
-  std::shared_ptr<Displayer> window_;
+  std::shared_ptr<DisplayerPresenter> window_;
   int32_t rowCount_ = 0;
   std::vector<int32_t> colTypes_{coltype::CTString};
 };

@@ -52,11 +52,6 @@ const ToolText kTools[5] = {
     {u"Exit", u"退出", u"退出"},
 };
 
-DisplayerFactory& factorySlot() {
-  static DisplayerFactory f;
-  return f;
-}
-
 }  // namespace
 
 const char16_t* const kToolButtonKeys[5] = {u"Open", u"Save", u"Print", u"PrintView", u"Exit"};
@@ -67,11 +62,11 @@ const char16_t* const kLedgerFilter = u"All Files (*.*)|*.*|Ledger Files" u"(*.l
 const char16_t* menuName(DisplayMenu item) { return kMenus[static_cast<int>(item)].name; }
 const char16_t* menuCaptionKey(DisplayMenu item) { return kMenus[static_cast<int>(item)].caption; }
 
-Displayer::Displayer(DisplayerView& view) : view_(view) {
+DisplayerPresenter::DisplayerPresenter(DisplayerView& view) : view_(view) {
   for (const ToolText& t : kTools) toolButtons_[t.key] = ToolButton{t.caption, t.toolTip};
 }
 
-void Displayer::load() {
+void DisplayerPresenter::load() {
   if (loaded_) return;
   loaded_ = true;
 
@@ -100,11 +95,11 @@ void Displayer::load() {
   view_.refreshList();
 }
 
-void Displayer::activated() { view_.refreshList(); }
+void DisplayerPresenter::activated() { view_.refreshList(); }
 
-void Displayer::unload() {
+void DisplayerPresenter::unload() {
   struct Reset {
-    Displayer& d;
+    DisplayerPresenter& d;
     ~Reset() {
       d.needDisplay_ = 0;
       d.displayStyle_ = 0;
@@ -115,68 +110,68 @@ void Displayer::unload() {
     promptResult_ = msgBoxEx(promptContent_, displayStyle_ + msgbox::vbInformation, promptTitle_);
 }
 
-void Displayer::setCaption(const ustring& text) {
+void DisplayerPresenter::setCaption(const ustring& text) {
   caption_ = text;
   view_.setCaption(text);
 }
 
-ustring Displayer::toolButtonCaption(const ustring& key) const {
+ustring DisplayerPresenter::toolButtonCaption(const ustring& key) const {
   auto it = toolButtons_.find(key);
   if (it == toolButtons_.end()) throw Error(errnum::InvalidCall);
   return it->second.caption;
 }
 
-ustring Displayer::toolTip(const ustring& key) const {
+ustring DisplayerPresenter::toolTip(const ustring& key) const {
   auto it = toolButtons_.find(key);
   if (it == toolButtons_.end()) throw Error(errnum::InvalidCall);
   return it->second.toolTip;
 }
 
-void Displayer::setToolTip(const ustring& key, const ustring& text) {
+void DisplayerPresenter::setToolTip(const ustring& key, const ustring& text) {
   auto it = toolButtons_.find(key);
   if (it == toolButtons_.end()) throw Error(errnum::InvalidCall);
   it->second.toolTip = text;
   view_.setToolButtonToolTip(key, text);
 }
 
-void Displayer::setStatus(const ustring& text) {
+void DisplayerPresenter::setStatus(const ustring& text) {
   statusText_ = text;
   view_.setStatusPanelText(kStatusPanelWait, text);
 }
 
 // ---- the list ------------------------------------------------------------------------
 
-void Displayer::setColumnCount(int32_t n) {
+void DisplayerPresenter::setColumnCount(int32_t n) {
   list_.setColumnCount(n);
   view_.setListColumnCount(n);
 }
 
-void Displayer::setColumnWidth(int32_t col, int32_t twips) {
+void DisplayerPresenter::setColumnWidth(int32_t col, int32_t twips) {
   if (list_.setColumnWidth(col, twips)) view_.setListColumnWidth(col, twips);
 }
 
-void Displayer::setColumnAlignment(int32_t col, int32_t code) {
+void DisplayerPresenter::setColumnAlignment(int32_t col, int32_t code) {
   if (list_.setColumnAlignment(col, code)) view_.setListColumnAlignment(col, code);
 }
 
-void Displayer::setRowCount(int32_t n) {
+void DisplayerPresenter::setRowCount(int32_t n) {
   const int32_t current = list_.currentRow();
   list_.setRowCount(n);
   view_.setListRowCount(n);
   if (list_.currentRow() != current) view_.setListCurrentRow(list_.currentRow());
 }
 
-void Displayer::setCurrentRow(int32_t row) {
+void DisplayerPresenter::setCurrentRow(int32_t row) {
   if (list_.setCurrentRow(row)) view_.setListCurrentRow(row);
 }
 
-void Displayer::setCellText(int32_t row, int32_t col, const ustring& text) {
+void DisplayerPresenter::setCellText(int32_t row, int32_t col, const ustring& text) {
   if (!list_.setText(row, col, text)) return;
   if (row == 0) view_.setListHeaderText(col, text);
   else view_.listCellChanged(row, col);
 }
 
-void Displayer::clearList() {
+void DisplayerPresenter::clearList() {
   list_.setRows(nullptr);  // a new, empty collection: a caller's own stays as it was
   list_.clearCells();
   for (int32_t c = 1; c <= list_.columnCount(); ++c) view_.setListHeaderText(c, list_.text(0, c));
@@ -186,7 +181,7 @@ void Displayer::clearList() {
 
 // ---- commands ------------------------------------------------------------------------
 
-void Displayer::menuClicked(DisplayMenu item) {
+void DisplayerPresenter::menuClicked(DisplayMenu item) {
   switch (item) {
     case DisplayMenu::FileOpen: open(); break;
     case DisplayMenu::FileSave: save(); break;
@@ -206,7 +201,7 @@ void Displayer::menuClicked(DisplayMenu item) {
   }
 }
 
-void Displayer::toolButtonClicked(const ustring& key) {
+void DisplayerPresenter::toolButtonClicked(const ustring& key) {
   if (key == u"Print") print();
   else if (key == u"PrintView") preview();
   else if (key == u"Open") open();
@@ -214,14 +209,14 @@ void Displayer::toolButtonClicked(const ustring& key) {
   else if (key == u"Exit") close();
 }
 
-void Displayer::keyDown(int32_t keyCode) {
+void DisplayerPresenter::keyDown(int32_t keyCode) {
   if (keyCode == kKeyEscape) close();
   else if (keyCode == kKeyF1) help();
 }
 
-void Displayer::help() { showHelp(view_.windowHandle()); }
+void DisplayerPresenter::help() { showHelp(view_.windowHandle()); }
 
-void Displayer::save() {
+void DisplayerPresenter::save() {
   const FileChoice choice = view_.fileDialog(FileDialogKind::Save, kLedgerFilter, kLedgerFilterIndex, kFileDialogFlags);
   if (choice.cancelled) return;
   setStatus(loadVtString(u"保存 ..."));
@@ -237,7 +232,7 @@ void Displayer::save() {
   setStatus(loadVtString(u"保存完毕"));
 }
 
-void Displayer::open() {
+void DisplayerPresenter::open() {
   const FileChoice choice = view_.fileDialog(FileDialogKind::Open, kLedgerFilter, kLedgerFilterIndex, kFileDialogFlags);
   if (choice.cancelled) return;
   fileName_ = choice.path;
@@ -265,49 +260,33 @@ void Displayer::open() {
   view_.refreshList();
 }
 
-void Displayer::chooseListFont() {
+void DisplayerPresenter::chooseListFont() {
   const FontChoice choice = view_.fontDialog(view_.listFont().name, kFontDialogFlags);
   if (choice.cancelled) return;
   view_.setListFont(choice.font);
 }
 
-void Displayer::toggleToolBar() {
+void DisplayerPresenter::toggleToolBar() {
   toolBarVisible_ = !toolBarVisible_;
   view_.setToolBarVisible(toolBarVisible_);
   view_.setMenuChecked(DisplayMenu::ViewToolbar, toolBarVisible_);
   layout();
 }
 
-void Displayer::toggleStatusBar() {
+void DisplayerPresenter::toggleStatusBar() {
   statusBarVisible_ = !statusBarVisible_;
   view_.setStatusBarVisible(statusBarVisible_);
   view_.setMenuChecked(DisplayMenu::ViewStatusBar, statusBarVisible_);
   layout();
 }
 
-void Displayer::layout() {
+void DisplayerPresenter::layout() {
   const Size inner = view_.innerSize();
   const int32_t toolBar = toolBarVisible_ ? view_.toolBarHeight() : 0;
   const int32_t statusBar = statusBarVisible_ ? view_.statusBarHeight() : 0;
   // A window too small for both bars leaves the list with no height rather than a negative one.
   const int64_t height = int64_t(inner.height) - toolBar - statusBar;
   view_.moveList(Rect{0, toolBar, std::max(0, inner.width), static_cast<int32_t>(std::max<int64_t>(0, height))});
-}
-
-// ---- factory ----------------------------------------------------------------------------
-
-DisplayerFactory setDisplayerFactory(DisplayerFactory factory) {
-  DisplayerFactory previous = std::move(factorySlot());
-  factorySlot() = std::move(factory);
-  return previous;
-}
-
-std::shared_ptr<Displayer> makeDisplayer() {
-  const DisplayerFactory& f = factorySlot();
-  if (!f) throw Error(errnum::CannotCreateObject, u"ActiveX component can't create object: frmDisplayer");
-  std::shared_ptr<Displayer> d = f();
-  if (!d) throw Error(errnum::CannotCreateObject, u"ActiveX component can't create object: frmDisplayer");
-  return d;
 }
 
 }  // namespace lumo::display

@@ -1,6 +1,6 @@
 // The display window frmDisplayer: a list with a caption, a menu bar, a tool bar
 // and a status bar, which shows, prints, previews, saves and reopens a table.
-// Displayer holds every rule of the window; DisplayerView is what the window
+// DisplayerPresenter holds every rule of the window; DisplayerView is what the window
 // itself must do (the Win32 window implements it, tests fake it).
 #pragma once
 
@@ -142,13 +142,13 @@ class DisplayerView {
   virtual void setWindowState(int16_t state) = 0;
   virtual void showWindow(bool modal) = 0;
   // Closes the window. However the window closes (this call, the title bar, the
-  // system), the view calls Displayer::unload once before it goes.
+  // system), the view calls DisplayerPresenter::unload once before it goes.
   virtual void closeWindow() = 0;
 };
 
-class Displayer {
+class DisplayerPresenter {
  public:
-  explicit Displayer(DisplayerView& view);
+  explicit DisplayerPresenter(DisplayerView& view);
 
   // ---- lifetime ------------------------------------------------------------------------
   // The window's load: captions through the resource lookup, a white list of one
@@ -254,12 +254,5 @@ class Displayer {
   bool toolBarVisible_ = true;
   bool statusBarVisible_ = true;
 };
-
-// Display windows for the windows that show results in one: the Windows build
-// installs a factory that makes a real window (presenter and view together);
-// without one, makeDisplayer raises 429.
-using DisplayerFactory = std::function<std::shared_ptr<Displayer>()>;
-DisplayerFactory setDisplayerFactory(DisplayerFactory factory);  // returns the previous one
-std::shared_ptr<Displayer> makeDisplayer();
 
 }  // namespace lumo::display

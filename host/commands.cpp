@@ -18,9 +18,9 @@ const CommandInfo kCommands[] = {
 
 const CommandInfo& commandInfo(Command command) { return kCommands[static_cast<int>(command)]; }
 
-void runCommand(Command command, const std::function<std::unique_ptr<CommandWindow>()>& makeWindow) {
+void runCommand(Command command, WindowFactory& windows) {
   const CommandInfo& info = commandInfo(command);
-  std::unique_ptr<CommandWindow> window = makeWindow();
+  std::unique_ptr<CommandWindow> window = windows.commandWindow(command);
   if (info.employeeCheck && !window->isRelateEmp()) {
     showHostMessage(loadVtString(info.refusal));
     return;

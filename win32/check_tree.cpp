@@ -6,9 +6,6 @@
 namespace lumo::win32 {
 
 namespace {
-// The tree view's own procedure, for a control whose CheckTree has already gone.
-WNDPROC g_treeProc = nullptr;
-
 struct SyncScope {
   explicit SyncScope(int& depth) : depth_(depth) { ++depth_; }
   ~SyncScope() { --depth_; }
@@ -16,50 +13,45 @@ struct SyncScope {
 };
 }  // namespace
 
-CheckTree::CheckTree(ui::TreeModel& model, CheckTreeListener& listener) : model_(model), listener_(listener) {}
+CheckTree::CheckTree(ui::TreeModel& model, CheckTreeListener& listener)
+    : Window(u"CheckTree"), model_(model), listener_(listener) {}
 
-CheckTree::~CheckTree() {
-  model_.setObserver(nullptr);
-  if (hwnd_ && IsWindow(hwnd_)) unsubclass();
-}
-
-void CheckTree::unsubclass() {
-  // Only when nobody replaced the procedure after us; otherwise the control keeps
-  // calling ours, which hands everything to the tree view's own once we are gone.
-  if (GetWindowLongPtrW(hwnd_, GWLP_WNDPROC) == reinterpret_cast<LONG_PTR>(&CheckTree::windowProc))
-    SetWindowLongPtrW(hwnd_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(previousProc_));
-  SetWindowLongPtrW(hwnd_, GWLP_USERDATA, 0);
-}
+CheckTree::~CheckTree() { model_.setObserver(nullptr); }
 
 void CheckTree::create(HWND parent, int id) {
   id_ = id;
-  hwnd_ = createControl(parent, WC_TREEVIEWW,
-                        WS_TABSTOP | WS_BORDER | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT | TVS_SHOWSELALWAYS |
-                            TVS_CHECKBOXES,
-                        WS_EX_CLIENTEDGE, id);
-  SetWindowLongPtrW(hwnd_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
-  previousProc_ = reinterpret_cast<WNDPROC>(
-      SetWindowLongPtrW(hwnd_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&CheckTree::windowProc)));
-  if (!g_treeProc) g_treeProc = previousProc_;
+  subclass(createControl(parent, WC_TREEVIEWW,
+                         WS_TABSTOP | WS_BORDER | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT |
+                             TVS_SHOWSELALWAYS | TVS_CHECKBOXES,
+                         WS_EX_CLIENTEDGE, id));
   model_.setObserver(this);
   SyncScope sync(syncing_);
   // Whatever the model already holds, in insertion order (parents before children).
   for (std::size_t p = 1; p <= model_.count(); ++p) insert(model_.at(p), true);
 }
 
-LRESULT CALLBACK CheckTree::windowProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
-  auto* tree = reinterpret_cast<CheckTree*>(GetWindowLongPtrW(hwnd, GWLP_USERDATA));
-  if (!tree) return CallWindowProcW(g_treeProc, hwnd, msg, wParam, lParam);
-  const WNDPROC previous = tree->previousProc_;
-  if (msg == WM_LBUTTONDOWN || msg == WM_LBUTTONDBLCLK) {
-    // The point of the click, whether the mouse or a program made it.
-    tree->lastButtonDown_.x = static_cast<short>(LOWORD(lParam));
-    tree->lastButtonDown_.y = static_cast<short>(HIWORD(lParam));
-  } else if (msg == WM_NCDESTROY) {
-    tree->unsubclass();
-    tree->hwnd_ = nullptr;
+bool CheckTree::onMessage(UINT msg, WPARAM wParam, LPARAM lParam, LRESULT&) {
+  switch (msg) {
+    case WM_LBUTTONDOWN:
+    case WM_LBUTTONDBLCLK:
+      // The point of the click, whether the mouse or a program made it.
+      lastButtonDown_.x = static_cast<short>(LOWORD(lParam));
+      lastButtonDown_.y = static_cast<short>(HIWORD(lParam));
+      return false;
+    case kPendingCheck:
+      onPendingCheck(lParam, wParam != 0);
+      return true;
+    case WM_DESTROY:
+      // The control made the check boxes' pictures and leaves them to its owner.
+      stateImages_.reset(TreeView_GetImageList(hwnd(), TVSIL_STATE));
+      return false;
+    default:
+      return false;
   }
-  return CallWindowProcW(previous, hwnd, msg, wParam, lParam);
+}
+
+bool CheckTree::onReflected(UINT msg, WPARAM, LPARAM lParam, LRESULT& result) {
+  return msg == WM_NOTIFY && onNotify(*reinterpret_cast<const NMHDR*>(lParam), result);
 }
 
 HTREEITEM CheckTree::itemOf(ui::NodeId node) const {
@@ -67,11 +59,11 @@ HTREEITEM CheckTree::itemOf(ui::NodeId node) const {
 }
 
 ui::NodeId CheckTree::nodeOf(HTREEITEM item) const {
-  if (!item || !hwnd_) return ui::kNoNode;
+  if (!item || !hwnd()) return ui::kNoNode;
   TVITEMW tv{};
   tv.mask = TVIF_PARAM | TVIF_HANDLE;
   tv.hItem = item;
-  if (!TreeView_GetItem(hwnd_, &tv)) return ui::kNoNode;
+  if (!TreeView_GetItem(hwnd(), &tv)) return ui::kNoNode;
   const auto node = static_cast<ui::NodeId>(tv.lParam);
   return model_.contains(node) ? node : ui::kNoNode;
 }
@@ -82,16 +74,16 @@ void CheckTree::setItemCheck(HTREEITEM item, bool checked) {
   tv.hItem = item;
   tv.stateMask = TVIS_STATEIMAGEMASK;
   tv.state = INDEXTOSTATEIMAGEMASK(checked ? 2 : 1);
-  TreeView_SetItem(hwnd_, &tv);
+  TreeView_SetItem(hwnd(), &tv);
 }
 
 bool CheckTree::itemChecked(HTREEITEM item) const {
-  const UINT state = TreeView_GetItemState(hwnd_, item, TVIS_STATEIMAGEMASK);
+  const UINT state = TreeView_GetItemState(hwnd(), item, TVIS_STATEIMAGEMASK);
   return (state >> 12) == 2;
 }
 
 void CheckTree::insert(ui::NodeId node, bool readBack) {
-  if (!hwnd_) return;
+  if (!hwnd()) return;
   const ui::NodeId parent = model_.parent(node);
   TVINSERTSTRUCTW ins{};
   ins.hParent = parent == ui::kNoNode ? TVI_ROOT : itemOf(parent);
@@ -102,7 +94,7 @@ void CheckTree::insert(ui::NodeId node, bool readBack) {
   ins.item.lParam = static_cast<LPARAM>(node);
   ins.item.stateMask = TVIS_STATEIMAGEMASK;
   ins.item.state = INDEXTOSTATEIMAGEMASK(model_.checked(node) ? 2 : 1);
-  HTREEITEM item = TreeView_InsertItem(hwnd_, &ins);
+  HTREEITEM item = TreeView_InsertItem(hwnd(), &ins);
   if (!item) return;
   if (node >= items_.size()) items_.resize(std::max<std::size_t>(node + 1, items_.size() * 2), nullptr);
   items_[node] = item;
@@ -132,7 +124,7 @@ void CheckTree::flushAdded() {
   // Once the control has its check-box images it keeps the state given on
   // insertion, so each new item is read back (a look-up through every item in
   // Wine's control) only before that.
-  const bool readBack = TreeView_GetImageList(hwnd_, TVSIL_STATE) == nullptr;
+  const bool readBack = TreeView_GetImageList(hwnd(), TVSIL_STATE) == nullptr;
   // In the order added, so parents come before their children; a node removed
   // meanwhile has left the model.
   for (const ui::NodeId node : added)
@@ -151,9 +143,9 @@ void CheckTree::openDeferred() {
   SyncScope sync(syncing_);
   for (const ui::NodeId node : opened) {
     HTREEITEM item = model_.contains(node) && model_.expanded(node) ? itemOf(node) : nullptr;
-    if (!item || (TreeView_GetItemState(hwnd_, item, TVIS_EXPANDED) & TVIS_EXPANDED)) continue;
-    if (TreeView_GetChild(hwnd_, item)) {
-      TreeView_Expand(hwnd_, item, TVE_EXPAND);
+    if (!item || (TreeView_GetItemState(hwnd(), item, TVIS_EXPANDED) & TVIS_EXPANDED)) continue;
+    if (TreeView_GetChild(hwnd(), item)) {
+      TreeView_Expand(hwnd(), item, TVE_EXPAND);
     } else {
       // Its children are still waiting: the node is marked open and shows them
       // once they are in (the control will not open a node without children).
@@ -162,7 +154,7 @@ void CheckTree::openDeferred() {
       tv.hItem = item;
       tv.stateMask = TVIS_EXPANDED;
       tv.state = TVIS_EXPANDED;
-      TreeView_SetItem(hwnd_, &tv);
+      TreeView_SetItem(hwnd(), &tv);
     }
   }
 }
@@ -181,28 +173,28 @@ void CheckTree::nodeRemoving(ui::NodeId node) {
   SyncScope sync(syncing_);
   HTREEITEM item = itemOf(node);
   forget(node);
-  if (item && hwnd_) TreeView_DeleteItem(hwnd_, item);
+  if (item && hwnd()) TreeView_DeleteItem(hwnd(), item);
 }
 
 void CheckTree::nodeChanged(ui::NodeId node) {
   HTREEITEM item = itemOf(node);
-  if (!item || !hwnd_) return;
+  if (!item || !hwnd()) return;
   SyncScope sync(syncing_);
   if (itemChecked(item) != model_.checked(node)) setItemCheck(item, model_.checked(node));
   // While the control is expanding a node for the user it does so itself.
   if (node != userExpanding_) {
-    const bool open = (TreeView_GetItemState(hwnd_, item, TVIS_EXPANDED) & TVIS_EXPANDED) != 0;
+    const bool open = (TreeView_GetItemState(hwnd(), item, TVIS_EXPANDED) & TVIS_EXPANDED) != 0;
     if (open != model_.expanded(node)) {
       if (deferring_ && !open) opened_.push_back(node);  // see openDeferred
-      else TreeView_Expand(hwnd_, item, model_.expanded(node) ? TVE_EXPAND : TVE_COLLAPSE);
+      else TreeView_Expand(hwnd(), item, model_.expanded(node) ? TVE_EXPAND : TVE_COLLAPSE);
     }
   }
-  const bool selected = TreeView_GetSelection(hwnd_) == item;
+  const bool selected = TreeView_GetSelection(hwnd()) == item;
   if (model_.selected(node) && !selected) {
-    TreeView_SelectItem(hwnd_, item);
+    TreeView_SelectItem(hwnd(), item);
     // Without drawing the control cannot scroll to it; that waits for the update's end.
     if (deferring_) showAfterUpdate_ = node;
-    else TreeView_EnsureVisible(hwnd_, item);
+    else TreeView_EnsureVisible(hwnd(), item);
   }
 }
 
@@ -215,24 +207,24 @@ void setStyleBit(HWND hwnd, LONG_PTR bit, bool on) {
 }  // namespace
 
 void CheckTree::updateBegun() {
-  if (!hwnd_) return;
-  wasHidden_ = (GetWindowLongPtrW(hwnd_, GWL_STYLE) & WS_VISIBLE) == 0;
-  SendMessageW(hwnd_, WM_SETREDRAW, FALSE, 0);
+  if (!hwnd()) return;
+  wasHidden_ = (GetWindowLongPtrW(hwnd(), GWL_STYLE) & WS_VISIBLE) == 0;
+  SendMessageW(hwnd(), WM_SETREDRAW, FALSE, 0);
   // Only the style bit: the window is not hidden (the focus stays where it is,
   // nothing around it is repainted).
-  setStyleBit(hwnd_, WS_VISIBLE, false);
+  setStyleBit(hwnd(), WS_VISIBLE, false);
   // Without scroll bars to keep up to date, a change to an item no longer makes
   // the control measure every open item again (Wine's does, even with drawing
   // off: checking 50 people of an open tree of 100,000 took seconds).
-  hadNoScroll_ = (GetWindowLongPtrW(hwnd_, GWL_STYLE) & TVS_NOSCROLL) != 0;
-  setStyleBit(hwnd_, TVS_NOSCROLL, true);
+  hadNoScroll_ = (GetWindowLongPtrW(hwnd(), GWL_STYLE) & TVS_NOSCROLL) != 0;
+  setStyleBit(hwnd(), TVS_NOSCROLL, true);
   deferring_ = true;
   showAfterUpdate_ = ui::kNoNode;
 }
 
 void CheckTree::updateEnded() {
   if (!deferring_) return;
-  if (hwnd_) {
+  if (hwnd()) {
     // Nodes opened first, while the children waiting are not yet in the control:
     // opening a node walks every item shown below an open node.
     openDeferred();
@@ -245,14 +237,14 @@ void CheckTree::updateEnded() {
   // A node removed during the update has left items_ and is not shown.
   HTREEITEM show = itemOf(showAfterUpdate_);
   showAfterUpdate_ = ui::kNoNode;
-  if (!hwnd_) return;
-  setStyleBit(hwnd_, TVS_NOSCROLL, hadNoScroll_);
-  SendMessageW(hwnd_, WM_SETREDRAW, TRUE, 0);
-  setStyleBit(hwnd_, WS_VISIBLE, !wasHidden_);
+  if (!hwnd()) return;
+  setStyleBit(hwnd(), TVS_NOSCROLL, hadNoScroll_);
+  SendMessageW(hwnd(), WM_SETREDRAW, TRUE, 0);
+  setStyleBit(hwnd(), WS_VISIBLE, !wasHidden_);
   if (wasHidden_) return;
   SyncScope sync(syncing_);
-  if (show && TreeView_GetSelection(hwnd_) == show) TreeView_EnsureVisible(hwnd_, show);
-  RedrawWindow(hwnd_, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME);
+  if (show && TreeView_GetSelection(hwnd()) == show) TreeView_EnsureVisible(hwnd(), show);
+  RedrawWindow(hwnd(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME);
 }
 
 void CheckTree::treeCleared() {
@@ -260,11 +252,11 @@ void CheckTree::treeCleared() {
   items_.clear();
   added_.clear();
   opened_.clear();
-  if (hwnd_) TreeView_DeleteAllItems(hwnd_);
+  if (hwnd()) TreeView_DeleteAllItems(hwnd());
 }
 
-bool CheckTree::onNotify(const NMHDR& header, LRESULT* result) {
-  *result = 0;
+bool CheckTree::onNotify(const NMHDR& header, LRESULT& result) {
+  result = 0;
   switch (header.code) {
     case TVN_ITEMEXPANDINGW: {
       if (syncing_) return true;
@@ -292,15 +284,15 @@ bool CheckTree::onNotify(const NMHDR& header, LRESULT* result) {
     case NM_CLICK: {
       TVHITTESTINFO hit{};
       hit.pt = lastButtonDown_;
-      HTREEITEM item = TreeView_HitTest(hwnd_, &hit);
+      HTREEITEM item = TreeView_HitTest(hwnd(), &hit);
       if (item && (hit.flags & TVHT_ONITEMSTATEICON))
-        PostMessageW(GetParent(hwnd_), kPendingCheck, static_cast<WPARAM>(id_), reinterpret_cast<LPARAM>(item));
+        PostMessageW(hwnd(), kPendingCheck, 0, reinterpret_cast<LPARAM>(item));
       return true;
     }
     case NM_DBLCLK: {
       TVHITTESTINFO hit{};
       hit.pt = lastButtonDown_;
-      HTREEITEM item = TreeView_HitTest(hwnd_, &hit);
+      HTREEITEM item = TreeView_HitTest(hwnd(), &hit);
       if (item && (hit.flags & TVHT_ONITEM) && !(hit.flags & TVHT_ONITEMSTATEICON)) {
         const ui::NodeId node = nodeOf(item);
         if (node != ui::kNoNode && !model_.selected(node)) listener_.treeClick(id_, node);
@@ -311,11 +303,10 @@ bool CheckTree::onNotify(const NMHDR& header, LRESULT* result) {
     case TVN_KEYDOWN: {
       const auto& nm = reinterpret_cast<const NMTVKEYDOWN&>(header);
       if (nm.wVKey == VK_SPACE) {
-        HTREEITEM item = TreeView_GetSelection(hwnd_);
+        HTREEITEM item = TreeView_GetSelection(hwnd());
         if (item)
-          PostMessageW(GetParent(hwnd_), kPendingCheck, static_cast<WPARAM>(id_) | 0x10000u,
-                       reinterpret_cast<LPARAM>(item));
-        *result = 1;  // no incremental search on the blank
+          PostMessageW(hwnd(), kPendingCheck, 1, reinterpret_cast<LPARAM>(item));
+        result = 1;  // no incremental search on the blank
       }
       return true;
     }
@@ -325,7 +316,7 @@ bool CheckTree::onNotify(const NMHDR& header, LRESULT* result) {
 }
 
 void CheckTree::onPendingCheck(LPARAM lParam, bool fromKey) {
-  if (!hwnd_) return;
+  if (!hwnd()) return;
   auto item = reinterpret_cast<HTREEITEM>(lParam);
   const ui::NodeId node = nodeOf(item);
   if (node == ui::kNoNode || itemOf(node) != item) return;

@@ -4,10 +4,14 @@
 // model's observer and only forwards user actions (expanding, collapsing,
 // clicking, ticking a box, double-clicking) to its listener, which decides.
 //
+// The control is a system tree view whose messages come to this object first
+// (win32::Window, subclassed); the notifications it sends its parent come back to
+// it, so the window that holds a tree never forwards them.
+//
 // Ticking a box: Wine's tree view sends no TVN_ITEMCHANGING/TVN_ITEMCHANGED and
 // reports NM_CLICK before the box changes, so a click on the state icon (found by
-// hit-testing the button-down point) and the space key post a message to
-// ourselves; when it arrives the control's box is compared with the model.
+// hit-testing the button-down point) and the space key post a message to the
+// tree itself; when it arrives the control's box is compared with the model.
 //
 // While the model reports an update (a branch loaded, a department checked) the
 // control neither draws nor counts as visible, nodes added wait to be inserted,
@@ -38,30 +42,27 @@ class CheckTreeListener {
   virtual void treeDoubleClick(int treeId) = 0;
 };
 
-class CheckTree final : private ui::TreeObserver {
+class CheckTree final : public Window, private ui::TreeObserver {
  public:
-  // The message posted to the parent for a pending check: wParam the control id,
-  // lParam the HTREEITEM; the parent hands it to onPendingCheck.
-  static constexpr UINT kPendingCheck = WM_APP + 0x31;
-
   CheckTree(ui::TreeModel& model, CheckTreeListener& listener);
-  CheckTree(const CheckTree&) = delete;
-  CheckTree& operator=(const CheckTree&) = delete;
   ~CheckTree() override;
 
   // Creates the control (hidden) and fills it from the model.
   void create(HWND parent, int id);
-  HWND hwnd() const { return hwnd_; }
   int id() const { return id_; }
-
-  // WM_NOTIFY from the control; sets *result and returns true when handled.
-  bool onNotify(const NMHDR& header, LRESULT* result);
-  void onPendingCheck(LPARAM item, bool fromKey);
 
   HTREEITEM itemOf(ui::NodeId node) const;
   ui::NodeId nodeOf(HTREEITEM item) const;
 
  private:
+  // Posted to the tree for a pending check: wParam 1 when the key made it, lParam the HTREEITEM.
+  static constexpr UINT kPendingCheck = WM_APP + 0x31;
+
+  bool onMessage(UINT msg, WPARAM wParam, LPARAM lParam, LRESULT& result) override;
+  bool onReflected(UINT msg, WPARAM wParam, LPARAM lParam, LRESULT& result) override;
+  bool onNotify(const NMHDR& header, LRESULT& result);
+  void onPendingCheck(LPARAM item, bool fromKey);
+
   void nodeAdded(ui::NodeId node) override;
   void nodeRemoving(ui::NodeId node) override;
   void nodeChanged(ui::NodeId node) override;
@@ -78,18 +79,12 @@ class CheckTree final : private ui::TreeObserver {
   void setItemCheck(HTREEITEM item, bool checked);
   bool itemChecked(HTREEITEM item) const;
 
-  // The control's window procedure is replaced directly (the previous one kept and
-  // called) rather than through the common controls' subclass chain: that chain
-  // looks its data up on every message, which some systems make a round trip to
-  // the window server, and the tree receives several messages per node.
-  static LRESULT CALLBACK windowProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam);
-  void unsubclass();
-
   ui::TreeModel& model_;
   CheckTreeListener& listener_;
-  HWND hwnd_ = nullptr;
-  WNDPROC previousProc_ = nullptr;
   int id_ = 0;
+  // The check boxes' pictures: the control makes them, but leaves them to its
+  // owner to destroy.
+  ImageList stateImages_;
   // The control's item of each node, by handle (the model's handles are small
   // numbers, not reused until the tree is cleared); null when not in the control.
   std::vector<HTREEITEM> items_;

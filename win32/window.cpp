@@ -378,7 +378,11 @@ void Window::create(const WindowClass& cls, const wchar_t* title, DWORD style, D
   const HMODULE module = thisModule();
   WNDCLASSEXW existing{};
   existing.cbSize = sizeof existing;
-  if (!GetClassInfoExW(module, cls.name, &existing)) {
+  const bool registered = GetClassInfoExW(module, cls.name, &existing) != FALSE;
+  // A class of that name whose procedure is not ours was left by an earlier load of
+  // this module at another address: it goes, and ours takes its place.
+  if (registered && existing.lpfnWndProc != &Window::windowProc) UnregisterClassW(cls.name, module);
+  if (!registered || existing.lpfnWndProc != &Window::windowProc) {
     WNDCLASSEXW wc{};
     wc.cbSize = sizeof wc;
     wc.style = cls.style;

@@ -52,7 +52,7 @@
 #include "automation/win/bridge.h"
 #include "devhost/components/odbc.h"
 #include "devhost/components/sql_dialect.h"
-#include "sms/win/frm_send_sms.h"
+#include "sms/win/windows.h"
 #include "tests/sms/send_windows.h"
 #include "tests/win_support.h"
 #include "win32/controls.h"
@@ -60,7 +60,7 @@
 namespace {
 
 using namespace lumo;
-using namespace lumo::sms::win;
+using namespace lumo::win32::send_sms;
 using lumo::win32::windowText;
 using lumo::winsupport::drain;
 using lumo::winsupport::itemChecked;

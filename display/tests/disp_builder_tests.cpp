@@ -15,7 +15,7 @@ namespace {
 class DispBuilderTest : public DisplayTest {
  protected:
   FakeWindowFactory windows;
-  DispBuilder b{windows.factory()};
+  DispBuilder b{windows};
   FakeView& view = windows.last().view;
 };
 
@@ -29,23 +29,22 @@ TEST_F(DispBuilderTest, CreatingTheBuilderCreatesAndLoadsItsWindow) {
 }
 
 TEST_F(DispBuilderTest, ReleasingTheBuilderReleasesItsWindow) {
-  auto builder = std::make_unique<DispBuilder>(windows.factory());
+  auto builder = std::make_unique<DispBuilder>(windows);
   EXPECT_FALSE(windows.made.back().expired());
   builder.reset();
   EXPECT_TRUE(windows.made.back().expired());
 }
 
-TEST_F(DispBuilderTest, WithoutAWindowFactoryTheBuilderCannotBeCreated) {
-  const DisplayerFactory previous = setDisplayerFactory(nullptr);
-  EXPECT_EQ(errorNumberOf([] { DispBuilder none; }), 429);
-  setDisplayerFactory(previous);
+TEST_F(DispBuilderTest, WithoutAListWindowTheBuilderCannotBeCreated) {
+  FakeWindowFactory empty;
+  empty.none = true;
+  EXPECT_EQ(errorNumberOf([&] { DispBuilder none(empty); }), 429);
 }
 
-TEST_F(DispBuilderTest, TheDefaultBuilderUsesTheInstalledFactory) {
-  const DisplayerFactory previous = setDisplayerFactory(windows.factory());
-  DispBuilder other;
+TEST_F(DispBuilderTest, EachBuilderGetsANewWindowFromItsFactory) {
+  DispBuilder other(windows);
   EXPECT_EQ(windows.made.size(), 2u);
-  setDisplayerFactory(previous);
+  EXPECT_NE(&other.window(), &b.window());
 }
 
 // ---- Add ----------------------------------------------------------------------------
@@ -247,7 +246,7 @@ TEST_F(DispBuilderTest, SettingsAreForwardedToTheWindow) {
   b.setPromptTitle(u"标题");
   b.setNeedDisplay(2);
   b.setDisplayStyle(msgbox::vbYesNo);
-  Displayer& w = b.window();
+  DisplayerPresenter& w = b.window();
   EXPECT_EQ(w.titles(), u"姓名\t手机|");
   EXPECT_EQ(w.promptContent(), u"内容");
   EXPECT_EQ(w.promptTitle(), u"标题");

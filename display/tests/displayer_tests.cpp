@@ -16,7 +16,7 @@ class DisplayerTest : public DisplayTest {
  protected:
   FakeWindow w;
   FakeView& view = w.view;
-  Displayer& d = w.presenter;
+  DisplayerPresenter& d = w.presenter;
 
   // A loaded window holding two columns and rows, as a caller fills it.
   void fillTwoColumns() {
@@ -594,27 +594,6 @@ TEST_F(DisplayerTest, ListChangesReachTheView) {
   EXPECT_EQ(view.count("listCellChanged(1, 1)"), 1u);
   EXPECT_TRUE(view.callsStartingWith("listCellChanged(9").empty());
   EXPECT_EQ(view.listCurrentRow, 1);
-}
-
-TEST(DisplayerFactory, WithoutAFactoryNoWindowCanBeMade) {
-  const DisplayerFactory previous = setDisplayerFactory(nullptr);
-  try {
-    makeDisplayer();
-    ADD_FAILURE() << "a window was made";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.number(), 429);
-  }
-  setDisplayerFactory(previous);
-}
-
-TEST(DisplayerFactory, TheInstalledFactoryMakesTheWindows) {
-  FakeWindowFactory windows;
-  const DisplayerFactory previous = setDisplayerFactory(windows.factory());
-  auto one = makeDisplayer();
-  auto two = makeDisplayer();
-  EXPECT_NE(one.get(), two.get());
-  EXPECT_EQ(windows.made.size(), 2u);
-  setDisplayerFactory(previous);
 }
 
 }  // namespace

@@ -165,12 +165,15 @@ void FakeView::closeWindow() {
   if (presenter) presenter->unload();
 }
 
-DisplayerFactory FakeWindowFactory::factory() {
-  return [this]() -> std::shared_ptr<Displayer> {
-    auto w = std::make_shared<FakeWindow>();
-    made.push_back(w);
-    return std::shared_ptr<Displayer>(w, &w->presenter);
-  };
+std::unique_ptr<CommandWindow> FakeWindowFactory::commandWindow(Command) {
+  throw Error(errnum::CannotCreateObject, u"no command windows here");
+}
+
+std::shared_ptr<DisplayerPresenter> FakeWindowFactory::listWindow() {
+  if (none) return nullptr;
+  auto w = std::make_shared<FakeWindow>();
+  made.push_back(w);
+  return std::shared_ptr<DisplayerPresenter>(w, &w->presenter);
 }
 
 FakeWindow& FakeWindowFactory::last() {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "display/displayer.h"
+#include "host/windows.h"
 
 namespace lumo::display::test {
 
@@ -27,7 +28,7 @@ struct FontDialogCall {
 class FakeView : public DisplayerView {
  public:
   // The presenter that closeWindow unloads, as a real window does.
-  Displayer* presenter = nullptr;
+  DisplayerPresenter* presenter = nullptr;
 
   // Every call in order: "setCaption(Lumo显示器)", "refreshList()", ...
   std::vector<std::string> calls;
@@ -105,15 +106,18 @@ class FakeView : public DisplayerView {
 // A presenter and its fake view kept alive together.
 struct FakeWindow {
   FakeView view;
-  Displayer presenter{view};
+  DisplayerPresenter presenter{view};
   FakeWindow() { view.presenter = &presenter; }
 };
 
-// Makes fake windows and keeps a handle on each so that tests can look at them.
-class FakeWindowFactory {
+// Makes fake list windows and keeps a handle on each so that tests can look at
+// them; 'none' makes it a factory without list windows.
+class FakeWindowFactory : public WindowFactory {
  public:
-  DisplayerFactory factory();
+  std::unique_ptr<CommandWindow> commandWindow(Command command) override;
+  std::shared_ptr<DisplayerPresenter> listWindow() override;
   std::vector<std::weak_ptr<FakeWindow>> made;
+  bool none = false;
   FakeWindow& last();
 };
 

@@ -1,27 +1,30 @@
-#include "display/win/frm_displayer.h"
+// The list window (frmDisplayer) on Win32: a top-level window with a menu bar, a
+// tool bar, an owner-data list and a status bar, drawing what the presenter
+// decides and handing the user's actions back to it.
+#include "display/win/windows.h"
 
+#include <windows.h>
 #include <commctrl.h>
 #include <commdlg.h>
 
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <string>
 #include <vector>
 
+#include "display/displayer.h"
+#include "display/win/frm_preview.h"
 #include "display/win/page_layout.h"
 #include "host/language.h"
+#include "win32/controls.h"
+#include "win32/window.h"
 
-namespace lumo::display::win {
+namespace lumo::win32 {
+
+using namespace display;
+using namespace displayer;
 
 namespace {
-
-HINSTANCE g_module = nullptr;
-int g_liveWindows = 0;  // the window classes stay registered while one lives
-void registerClasses(HINSTANCE module);
-
-std::wstring wide(const ustring& s) { return std::wstring(s.begin(), s.end()); }
-ustring narrowU(const wchar_t* s) { return s ? ustring(reinterpret_cast<const char16_t*>(s)) : ustring(); }
 
 int toolIndex(const ustring& key) {
   for (int i = 0; i < 5; ++i)
@@ -32,9 +35,9 @@ int toolIndex(const ustring& key) {
 // The printing commands need a printer; without one they say so instead of
 // failing silently.
 void noPrinterMessage(HWND owner) {
-  const std::wstring text = wide(loadVtString(u"没有安装打印机，无法打印。请先安装打印机；打印预览不需要打印机。"));
-  const std::wstring title = wide(loadVtString(u"打印"));
-  MessageBoxW(owner, text.c_str(), title.c_str(), MB_OK | MB_ICONEXCLAMATION);
+  const ustring text = loadVtString(u"没有安装打印机，无法打印。请先安装打印机；打印预览不需要打印机。");
+  const ustring title = loadVtString(u"打印");
+  MessageBoxW(owner, wz(text), wz(title), MB_OK | MB_ICONEXCLAMATION);
 }
 
 // Whether the system has a default printer, asked without any dialog (the
@@ -50,179 +53,48 @@ bool printerInstalled() {
   return true;
 }
 
-// ---- the preview window ------------------------------------------------------------
-
-class PreviewWindow {
- public:
-  PreviewWindow(const ListModel& list, const ustring& title, HFONT font, HWND owner)
-      : list_(list), title_(title), font_(font), page_(a4AtScreenResolution()), layout_(list, title, page_, font) {
-    RECT work{};
-    SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
-    const int h = std::min<int>(work.bottom - work.top, page_.height + 80);
-    const int w = std::min<int>(work.right - work.left, MulDiv(page_.width, h - 60, page_.height) + 40);
-    hwnd_ = CreateWindowExW(0, kPreviewClass, L"", WS_OVERLAPPEDWINDOW | WS_VSCROLL, work.left, work.top, w, h,
-                            owner, nullptr, g_module, this);
-    updateCaption();
-    ShowWindow(hwnd_, SW_SHOWNORMAL);
-  }
-  ~PreviewWindow() {
-    if (hwnd_) {
-      SetWindowLongPtrW(hwnd_, GWLP_USERDATA, 0);
-      DestroyWindow(hwnd_);
-    }
-  }
-  PreviewWindow(const PreviewWindow&) = delete;
-  PreviewWindow& operator=(const PreviewWindow&) = delete;
-
-  HWND hwnd() const { return hwnd_; }
-
-  static LRESULT CALLBACK proc(HWND h, UINT msg, WPARAM wp, LPARAM lp) {
-    if (msg == WM_NCCREATE) {
-      auto* self = static_cast<PreviewWindow*>(reinterpret_cast<CREATESTRUCTW*>(lp)->lpCreateParams);
-      SetWindowLongPtrW(h, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
-      self->hwnd_ = h;
-    }
-    auto* self = reinterpret_cast<PreviewWindow*>(GetWindowLongPtrW(h, GWLP_USERDATA));
-    if (!self) return DefWindowProcW(h, msg, wp, lp);
-    switch (msg) {
-      case WM_PAINT: self->paint(); return 0;
-      case WM_ERASEBKGND: return 1;
-      case WM_SIZE: InvalidateRect(h, nullptr, FALSE); return 0;
-      case WM_KEYDOWN:
-        if (wp == VK_NEXT || wp == VK_RIGHT || wp == VK_DOWN || wp == VK_SPACE) self->go(self->current_ + 1);
-        else if (wp == VK_PRIOR || wp == VK_LEFT || wp == VK_UP) self->go(self->current_ - 1);
-        else if (wp == VK_HOME) self->go(0);
-        else if (wp == VK_END) self->go(self->layout_.pageCount() - 1);
-        else if (wp == VK_ESCAPE) DestroyWindow(h);
-        return 0;
-      case WM_LBUTTONDOWN: self->go(self->current_ + 1); return 0;
-      case WM_RBUTTONDOWN: self->go(self->current_ - 1); return 0;
-      case WM_MOUSEWHEEL: self->go(self->current_ + (GET_WHEEL_DELTA_WPARAM(wp) < 0 ? 1 : -1)); return 0;
-      case WM_VSCROLL: {
-        const int code = LOWORD(wp);
-        if (code == SB_LINEDOWN || code == SB_PAGEDOWN) self->go(self->current_ + 1);
-        else if (code == SB_LINEUP || code == SB_PAGEUP) self->go(self->current_ - 1);
-        else if (code == SB_THUMBPOSITION || code == SB_THUMBTRACK) self->go(HIWORD(wp));
-        return 0;
-      }
-      case WM_NCDESTROY:
-        self->hwnd_ = nullptr;
-        SetWindowLongPtrW(h, GWLP_USERDATA, 0);
-        break;
-      default: break;
-    }
-    return DefWindowProcW(h, msg, wp, lp);
-  }
-
- private:
-  void go(int32_t page) {
-    page = std::clamp<int32_t>(page, 0, layout_.pageCount() - 1);
-    if (page == current_) return;
-    current_ = page;
-    updateCaption();
-    InvalidateRect(hwnd_, nullptr, FALSE);
-  }
-  void updateCaption() {
-    const std::wstring caption =
-        wide(loadVtString(u"打印预览")) + L" - " + pageNumberText(current_ + 1, layout_.pageCount());
-    SetWindowTextW(hwnd_, caption.c_str());
-    SCROLLINFO si{sizeof si, SIF_RANGE | SIF_POS | SIF_PAGE, 0, layout_.pageCount() - 1, 1, current_, 0};
-    SetScrollInfo(hwnd_, SB_VERT, &si, TRUE);
-  }
-  void paint() {
-    PAINTSTRUCT ps;
-    HDC dc = BeginPaint(hwnd_, &ps);
-    RECT client;
-    GetClientRect(hwnd_, &client);
-    // The page is drawn once at its own size, then shrunk into the window.
-    HDC mem = CreateCompatibleDC(dc);
-    HBITMAP bmp = CreateCompatibleBitmap(dc, page_.width, page_.height);
-    HGDIOBJ old = SelectObject(mem, bmp);
-    layout_.draw(mem, current_);
-    FillRect(dc, &client, static_cast<HBRUSH>(GetStockObject(GRAY_BRUSH)));
-    const int availW = std::max<int>(1, client.right - 20), availH = std::max<int>(1, client.bottom - 20);
-    int w = availW, h = MulDiv(availW, page_.height, page_.width);
-    if (h > availH) {
-      h = availH;
-      w = MulDiv(availH, page_.width, page_.height);
-    }
-    const int x = (client.right - w) / 2, y = (client.bottom - h) / 2;
-    SetStretchBltMode(dc, HALFTONE);
-    SetBrushOrgEx(dc, 0, 0, nullptr);
-    StretchBlt(dc, x, y, w, h, mem, 0, 0, page_.width, page_.height, SRCCOPY);
-    SelectObject(mem, old);
-    DeleteObject(bmp);
-    DeleteDC(mem);
-    EndPaint(hwnd_, &ps);
-  }
-
-  const ListModel& list_;
-  ustring title_;
-  HFONT font_;
-  PageMetrics page_;
-  PageLayout layout_;
-  int32_t current_ = 0;
-  HWND hwnd_ = nullptr;
-};
-
 // ---- the display window ----------------------------------------------------------------
 
-class DisplayWindow final : public DisplayerView {
+class FrmDisplayer final : public Window, public DisplayerView, public std::enable_shared_from_this<FrmDisplayer> {
  public:
-  DisplayWindow() : presenter_(*this) {
-    // The classes belong to this module, which may be unloaded once no window
-    // is left: they are registered by the first window and removed by the last.
-    if (g_liveWindows++ == 0) registerClasses(g_module);
+  explicit FrmDisplayer(ModuleHold hold) : Window(u"frmDisplayer"), hold_(std::move(hold)), presenter_(*this) {
     NONCLIENTMETRICSW ncm{};
     ncm.cbSize = sizeof ncm;
     SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof ncm, &ncm, 0);
-    font_.name = narrowU(ncm.lfMessageFont.lfFaceName);
+    font_.name = fromWide(ncm.lfMessageFont.lfFaceName, wcslen(ncm.lfMessageFont.lfFaceName));
     font_.size = 9;
     menuTexts_.fill(u"");
     menuChecked_.fill(false);
     for (int i = 0; i < 5; ++i) toolCaptions_[static_cast<std::size_t>(i)] = toolTips_[static_cast<std::size_t>(i)] = kToolButtonKeys[i];
   }
-  ~DisplayWindow() override {
-    preview_.reset();
-    if (hwnd_) {
-      // The owner let go of the window: it goes without its closing prompt.
-      SetWindowLongPtrW(hwnd_, GWLP_USERDATA, 0);
-      DestroyWindow(hwnd_);
-    }
-    if (hfont_) DeleteObject(hfont_);
-    if (--g_liveWindows == 0) {
-      UnregisterClassW(kDisplayerClass, g_module);
-      UnregisterClassW(kPreviewClass, g_module);
-    }
-  }
-  DisplayWindow(const DisplayWindow&) = delete;
-  DisplayWindow& operator=(const DisplayWindow&) = delete;
+  // The window, when it is still there (never shown, or shown modal and the
+  // owner let go): it goes with the object, without its closing prompt.
+  ~FrmDisplayer() override = default;
 
-  Displayer& presenter() { return presenter_; }
+  DisplayerPresenter& presenter() { return presenter_; }
 
   // ---- captions and texts --------------------------------------------------------------
   void setCaption(const ustring& text) override {
     caption_ = text;
-    if (hwnd_) SetWindowTextW(hwnd_, wide(text).c_str());
+    if (hwnd()) setWindowText(hwnd(), text);
   }
   void setMenuText(DisplayMenu item, const ustring& text) override {
     menuTexts_[static_cast<std::size_t>(item)] = text;
-    if (hwnd_) applyMenuItem(item);
+    if (hwnd()) applyMenuItem(item);
   }
   void setMenuChecked(DisplayMenu item, bool checked) override {
     menuChecked_[static_cast<std::size_t>(item)] = checked;
-    if (hwnd_) applyMenuItem(item);
+    if (hwnd()) applyMenuItem(item);
   }
   void setToolButtonCaption(const ustring& key, const ustring& text) override {
     const int i = toolIndex(key);
     if (i < 0) return;
     toolCaptions_[static_cast<std::size_t>(i)] = text;
     if (toolBar_) {
-      std::wstring w = wide(text);
       TBBUTTONINFOW info{};
       info.cbSize = sizeof info;
       info.dwMask = TBIF_TEXT;
-      info.pszText = w.data();
+      info.pszText = const_cast<wchar_t*>(wz(text));
       SendMessageW(toolBar_, TB_SETBUTTONINFOW, kToolIdBase + i, reinterpret_cast<LPARAM>(&info));
       SendMessageW(toolBar_, TB_AUTOSIZE, 0, 0);
     }
@@ -235,7 +107,7 @@ class DisplayWindow final : public DisplayerView {
     if (panelKey != kStatusPanelWait) return;
     statusText_ = text;
     if (statusBar_) {
-      SendMessageW(statusBar_, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(wide(text).c_str()));
+      SendMessageW(statusBar_, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(wz(text)));
       UpdateWindow(statusBar_);
     }
   }
@@ -253,7 +125,7 @@ class DisplayWindow final : public DisplayerView {
   int32_t statusBarHeight() const override { return heightOf(statusBar_); }
   Size innerSize() const override {
     RECT r{};
-    if (hwnd_) GetClientRect(hwnd_, &r);
+    if (hwnd()) GetClientRect(hwnd(), &r);
     return Size{r.right - r.left, r.bottom - r.top};
   }
   void moveList(const Rect& r) override {
@@ -337,21 +209,23 @@ class DisplayWindow final : public DisplayerView {
     }
     return true;
   }
-  static void releasePrintDialog(PRINTDLGW& pd) {
-    if (pd.hDC) DeleteDC(pd.hDC);
+  // What a successful print dialog hands over: the printer's device context
+  // (ours to delete) and its settings (ours to free).
+  static MemoryDC releasePrintDialog(PRINTDLGW& pd) {
     if (pd.hDevMode) GlobalFree(pd.hDevMode);
     if (pd.hDevNames) GlobalFree(pd.hDevNames);
+    return MemoryDC(pd.hDC);
   }
   void printList() override {
     PRINTDLGW pd{};
     if (!printDialog(PD_RETURNDC | PD_NOSELECTION | PD_NOPAGENUMS, pd)) return;
-    printOn(pd.hDC);
-    releasePrintDialog(pd);
+    const MemoryDC printer = releasePrintDialog(pd);
+    printOn(printer.get());
   }
   void previewList() override {
     HWND owner = ensureWindow();
     preview_.reset();
-    preview_ = std::make_unique<PreviewWindow>(presenter_.list(), printTitle(), hfont_, owner);
+    preview_ = std::make_unique<FrmPreview>(presenter_.list(), printTitle(), font_handle_.get(), owner);
   }
   void printSetup() override {
     PRINTDLGW pd{};
@@ -362,7 +236,7 @@ class DisplayWindow final : public DisplayerView {
   FileChoice fileDialog(FileDialogKind kind, const ustring& filter, int32_t filterIndex, int32_t flags) override {
     HWND owner = ensureWindow();
     // "Name|pattern|Name|pattern" becomes the system's NUL-separated list.
-    std::wstring filters = wide(filter);
+    std::wstring filters(filter.begin(), filter.end());
     std::replace(filters.begin(), filters.end(), L'|', L'\0');
     filters.append(2, L'\0');
     std::vector<wchar_t> name(32768, L'\0');
@@ -379,14 +253,13 @@ class DisplayWindow final : public DisplayerView {
     FileChoice choice;
     if (!ok) return choice;  // cancelled (or the dialog failed): nothing is done
     choice.cancelled = false;
-    choice.path = narrowU(name.data());
+    choice.path = fromWide(name.data(), wcslen(name.data()));
     return choice;
   }
   FontChoice fontDialog(const ustring& fontName, int32_t flags) override {
     HWND owner = ensureWindow();
     LOGFONTW lf = logFont();
-    const std::wstring n = wide(fontName);
-    lstrcpynW(lf.lfFaceName, n.c_str(), LF_FACESIZE);
+    lstrcpynW(lf.lfFaceName, wz(fontName), LF_FACESIZE);
     CHOOSEFONTW cf{};
     cf.lStructSize = sizeof cf;
     cf.hwndOwner = owner;
@@ -398,7 +271,7 @@ class DisplayWindow final : public DisplayerView {
     FontChoice choice;
     if (!ChooseFontW(&cf)) return choice;
     choice.cancelled = false;
-    choice.font.name = narrowU(lf.lfFaceName);
+    choice.font.name = fromWide(lf.lfFaceName, wcslen(lf.lfFaceName));
     choice.font.size = cf.iPointSize / 10.0;
     choice.font.bold = lf.lfWeight >= FW_BOLD;
     choice.font.italic = lf.lfItalic != 0;
@@ -406,63 +279,37 @@ class DisplayWindow final : public DisplayerView {
   }
 
   // ---- the window -----------------------------------------------------------------------------------
-  intptr_t windowHandle() const override { return reinterpret_cast<intptr_t>(const_cast<DisplayWindow*>(this)->ensureWindow()); }
+  intptr_t windowHandle() const override {
+    return reinterpret_cast<intptr_t>(const_cast<FrmDisplayer*>(this)->ensureWindow());
+  }
   Rect windowRect() const override {
     RECT r{};
-    if (HWND h = const_cast<DisplayWindow*>(this)->ensureWindow()) GetWindowRect(h, &r);
+    if (HWND h = const_cast<FrmDisplayer*>(this)->ensureWindow()) GetWindowRect(h, &r);
     return Rect{r.left, r.top, r.right - r.left, r.bottom - r.top};
   }
   void setWindowState(int16_t state) override {
     state_ = state;
-    if (hwnd_ && IsWindowVisible(hwnd_)) ShowWindow(hwnd_, showCommand());
+    if (hwnd() && IsWindowVisible(hwnd())) ShowWindow(hwnd(), showCommand());
   }
   void showWindow(bool modal) override {
     HWND h = ensureWindow();
     if (!h) return;
     HWND owner = modal ? GetActiveWindow() : nullptr;
-    if (owner == h) owner = nullptr;
     ShowWindow(h, showCommand());
     UpdateWindow(h);
     SetForegroundWindow(h);
-    if (!modal) return;
-    // Modal: the window that was active waits, disabled, until this one has gone.
-    if (owner) EnableWindow(owner, FALSE);
-    MSG msg;
-    while (hwnd_ == h) {
-      const BOOL got = GetMessageW(&msg, nullptr, 0, 0);
-      if (got == 0) {
-        PostQuitMessage(static_cast<int>(msg.wParam));  // the caller's loop ends too
-        break;
-      }
-      if (got < 0) break;
-      TranslateMessage(&msg);
-      DispatchMessageW(&msg);
-    }
-    if (owner) {
-      EnableWindow(owner, TRUE);
-      SetActiveWindow(owner);
+    if (modal) {
+      // The window that was active waits, disabled, until this one has gone.
+      runModal(owner);
+    } else {
+      // Shown modeless, the window is the user's: it lives until it is closed,
+      // whoever lets go of it meanwhile.
+      self_ = shared_from_this();
     }
   }
   void closeWindow() override {
-    if (hwnd_) SendMessageW(hwnd_, WM_CLOSE, 0, 0);
+    if (hwnd()) SendMessageW(hwnd(), WM_CLOSE, 0, 0);
     else presenter_.unload();
-  }
-
-  static LRESULT CALLBACK proc(HWND h, UINT msg, WPARAM wp, LPARAM lp) {
-    if (msg == WM_NCCREATE) {
-      auto* self = static_cast<DisplayWindow*>(reinterpret_cast<CREATESTRUCTW*>(lp)->lpCreateParams);
-      SetWindowLongPtrW(h, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
-      self->hwnd_ = h;
-    }
-    auto* self = reinterpret_cast<DisplayWindow*>(GetWindowLongPtrW(h, GWLP_USERDATA));
-    if (!self) return DefWindowProcW(h, msg, wp, lp);
-    try {
-      LRESULT result = 0;
-      if (self->handle(msg, wp, lp, result)) return result;
-    } catch (...) {
-      // No exception leaves a window procedure; the command simply ends.
-    }
-    return DefWindowProcW(h, msg, wp, lp);
   }
 
  private:
@@ -473,9 +320,8 @@ class DisplayWindow final : public DisplayerView {
     return r.bottom - r.top;
   }
   int dpi() const {
-    HDC dc = GetDC(hwnd_);
-    const int d = GetDeviceCaps(dc, LOGPIXELSX);
-    ReleaseDC(hwnd_, dc);
+    const WindowDC dc(hwnd());
+    const int d = GetDeviceCaps(dc.get(), LOGPIXELSX);
     return d > 0 ? d : 96;
   }
   int twipsToPixels(int32_t twips) const { return MulDiv(twips, dpi(), 1440); }
@@ -488,30 +334,28 @@ class DisplayWindow final : public DisplayerView {
   }
   LOGFONTW logFont() const {
     LOGFONTW lf{};
-    lf.lfHeight = -MulDiv(static_cast<int>(font_.size * 10 + 0.5), hwnd_ ? dpi() : 96, 720);
+    lf.lfHeight = -MulDiv(static_cast<int>(font_.size * 10 + 0.5), hwnd() ? dpi() : 96, 720);
     lf.lfWeight = font_.bold ? FW_BOLD : FW_NORMAL;
     lf.lfItalic = font_.italic ? TRUE : FALSE;
     lf.lfCharSet = DEFAULT_CHARSET;
-    const std::wstring n = wide(font_.name);
-    lstrcpynW(lf.lfFaceName, n.c_str(), LF_FACESIZE);
+    lstrcpynW(lf.lfFaceName, wz(font_.name), LF_FACESIZE);
     return lf;
   }
   void applyFont() {
     if (!list_) return;
     LOGFONTW lf = logFont();
-    HFONT f = CreateFontIndirectW(&lf);
-    SendMessageW(list_, WM_SETFONT, reinterpret_cast<WPARAM>(f), TRUE);
-    if (hfont_) DeleteObject(hfont_);
-    hfont_ = f;
+    Font f(CreateFontIndirectW(&lf));
+    SendMessageW(list_, WM_SETFONT, reinterpret_cast<WPARAM>(f.get()), TRUE);
+    font_handle_ = std::move(f);
   }
 
   void printOn(HDC printer) {
     PageMetrics page{GetDeviceCaps(printer, HORZRES), GetDeviceCaps(printer, VERTRES), GetDeviceCaps(printer, LOGPIXELSY)};
-    PageLayout layout(presenter_.list(), printTitle(), page, hfont_);
-    const std::wstring name = wide(printTitle());
+    const ustring name = printTitle();
+    PageLayout layout(presenter_.list(), name, page, font_handle_.get());
     DOCINFOW doc{};
     doc.cbSize = sizeof doc;
-    doc.lpszDocName = name.c_str();
+    doc.lpszDocName = wz(name);
     if (StartDocW(printer, &doc) <= 0) return;
     for (int32_t p = 0; p < layout.pageCount(); ++p) {
       if (StartPage(printer) <= 0) break;
@@ -523,47 +367,44 @@ class DisplayWindow final : public DisplayerView {
 
   // ---- creating the controls --------------------------------------------------------------------------
   HWND ensureWindow() {
-    if (hwnd_) return hwnd_;
-    CreateWindowExW(0, kDisplayerClass, wide(caption_).c_str(), WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
-                    CW_USEDEFAULT, CW_USEDEFAULT, 760, 520, nullptr, nullptr, g_module, this);
-    return hwnd_;
+    if (hwnd()) return hwnd();
+    create(WindowClass{.name = kClass,
+                       .background = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1),
+                       .icon = IDI_APPLICATION},
+           wz(caption_), WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, 0, CW_USEDEFAULT, CW_USEDEFAULT, 760, 520, nullptr,
+           nullptr);
+    return hwnd();
   }
 
   void createControls() {
     createMenus();
-    toolBar_ = CreateWindowExW(0, TOOLBARCLASSNAMEW, nullptr,
-                               WS_CHILD | TBSTYLE_FLAT | TBSTYLE_TOOLTIPS | TBSTYLE_LIST | CCS_TOP, 0, 0, 0, 0, hwnd_,
-                               nullptr, g_module, nullptr);
+    toolBar_ = createControl(hwnd(), TOOLBARCLASSNAMEW, TBSTYLE_FLAT | TBSTYLE_TOOLTIPS | TBSTYLE_LIST | CCS_TOP, 0,
+                             0);
     SendMessageW(toolBar_, TB_BUTTONSTRUCTSIZE, sizeof(TBBUTTON), 0);
     SendMessageW(toolBar_, TB_SETEXTENDEDSTYLE, 0, TBSTYLE_EX_MIXEDBUTTONS);
     SendMessageW(toolBar_, TB_LOADIMAGES, IDB_STD_SMALL_COLOR, reinterpret_cast<LPARAM>(HINST_COMMCTRL));
     const int images[5] = {STD_FILEOPEN, STD_FILESAVE, STD_PRINT, STD_PRINTPRE, STD_DELETE};
-    std::array<std::wstring, 5> texts;
     TBBUTTON buttons[5]{};
     for (int i = 0; i < 5; ++i) {
-      texts[static_cast<std::size_t>(i)] = wide(toolCaptions_[static_cast<std::size_t>(i)]);
       buttons[i].iBitmap = images[i];
       buttons[i].idCommand = kToolIdBase + i;
       buttons[i].fsState = TBSTATE_ENABLED;
       buttons[i].fsStyle = BTNS_BUTTON | BTNS_AUTOSIZE | BTNS_SHOWTEXT;
-      buttons[i].iString = reinterpret_cast<INT_PTR>(texts[static_cast<std::size_t>(i)].c_str());
+      buttons[i].iString = reinterpret_cast<INT_PTR>(wz(toolCaptions_[static_cast<std::size_t>(i)]));
     }
     SendMessageW(toolBar_, TB_ADDBUTTONSW, 5, reinterpret_cast<LPARAM>(buttons));
     SendMessageW(toolBar_, TB_AUTOSIZE, 0, 0);
     ShowWindow(toolBar_, toolBarVisible_ ? SW_SHOW : SW_HIDE);
 
-    statusBar_ = CreateWindowExW(0, STATUSCLASSNAMEW, nullptr, WS_CHILD | SBARS_SIZEGRIP, 0, 0, 0, 0, hwnd_,
-                                 nullptr, g_module, nullptr);
+    statusBar_ = createControl(hwnd(), STATUSCLASSNAMEW, SBARS_SIZEGRIP, 0, 0);
     int parts[1] = {-1};  // the one panel, "Wait"
     SendMessageW(statusBar_, SB_SETPARTS, 1, reinterpret_cast<LPARAM>(parts));
-    SendMessageW(statusBar_, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(wide(statusText_).c_str()));
+    SendMessageW(statusBar_, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(wz(statusText_)));
     ShowWindow(statusBar_, statusBarVisible_ ? SW_SHOW : SW_HIDE);
 
-    list_ = CreateWindowExW(WS_EX_CLIENTEDGE, WC_LISTVIEWW, nullptr,
-                            WS_CHILD | WS_VISIBLE | WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS |
-                                LVS_SINGLESEL,
-                            0, 0, 0, 0, hwnd_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(kListId)), g_module,
-                            nullptr);
+    list_ = createControl(hwnd(), WC_LISTVIEWW,
+                          WS_VISIBLE | WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS | LVS_SINGLESEL,
+                          WS_EX_CLIENTEDGE, kListId);
     ListView_SetExtendedListViewStyle(list_, LVS_EX_FULLROWSELECT | LVS_EX_GRIDLINES | LVS_EX_DOUBLEBUFFER);
     ListView_SetBkColor(list_, backColor_);
     ListView_SetTextBkColor(list_, backColor_);
@@ -581,6 +422,7 @@ class DisplayWindow final : public DisplayerView {
   }
 
   void createMenus() {
+    // The bar belongs to the window from SetMenu on and goes with it.
     HMENU bar = CreateMenu();
     HMENU popup = nullptr;
     for (int i = 0; i < kDisplayMenuCount; ++i) {
@@ -602,21 +444,20 @@ class DisplayWindow final : public DisplayerView {
         InsertMenuItemW(popup, static_cast<UINT>(GetMenuItemCount(popup)), TRUE, &mi);
       }
     }
-    SetMenu(hwnd_, bar);
+    SetMenu(hwnd(), bar);
     for (int i = 0; i < kDisplayMenuCount; ++i) applyMenuItem(static_cast<DisplayMenu>(i));
   }
 
   void applyMenuItem(DisplayMenu item) {
-    HMENU bar = GetMenu(hwnd_);
+    HMENU bar = GetMenu(hwnd());
     if (!bar) return;
-    std::wstring text = wide(menuTexts_[static_cast<std::size_t>(item)]);
     MENUITEMINFOW mi{};
     mi.cbSize = sizeof mi;
     mi.fMask = MIIM_STRING | MIIM_STATE;
-    mi.dwTypeData = text.data();
+    mi.dwTypeData = const_cast<wchar_t*>(wz(menuTexts_[static_cast<std::size_t>(item)]));
     mi.fState = menuChecked_[static_cast<std::size_t>(item)] ? MFS_CHECKED : MFS_UNCHECKED;
     SetMenuItemInfoW(bar, static_cast<UINT>(kMenuIdBase + static_cast<int>(item)), FALSE, &mi);
-    DrawMenuBar(hwnd_);
+    DrawMenuBar(hwnd());
   }
 
   // The list view's columns 1..n follow the presenter's list.
@@ -641,17 +482,17 @@ class DisplayWindow final : public DisplayerView {
   void applyColumn(int32_t c) {
     if (!list_ || c < 1 || c > presenter_.list().columnCount()) return;
     const ListColumn& col = presenter_.list().column(c);
-    std::wstring title = wide(presenter_.list().text(0, c));
+    const ustring title = presenter_.list().text(0, c);
     LVCOLUMNW lc{};
     lc.mask = LVCF_WIDTH | LVCF_FMT | LVCF_TEXT;
     lc.fmt = col.alignment == align::Number ? LVCFMT_RIGHT : col.alignment == align::Centre ? LVCFMT_CENTER : LVCFMT_LEFT;
     lc.cx = twipsToPixels(col.width);
-    lc.pszText = title.data();
+    lc.pszText = const_cast<wchar_t*>(wz(title));
     ListView_SetColumn(list_, c, &lc);
   }
 
   // ---- messages ---------------------------------------------------------------------------------------------
-  bool handle(UINT msg, WPARAM wp, LPARAM lp, LRESULT& result) {
+  bool onMessage(UINT msg, WPARAM wp, LPARAM lp, LRESULT& result) override {
     switch (msg) {
       case WM_CREATE:
         createControls();
@@ -693,16 +534,12 @@ class DisplayWindow final : public DisplayerView {
         // However the window closes, the presenter has its say first (the prompt).
         presenter_.unload();
         preview_.reset();
-        DestroyWindow(hwnd_);
+        destroy();
         return true;
       case WM_NCDESTROY:
-        SetWindowLongPtrW(hwnd_, GWLP_USERDATA, 0);
-        hwnd_ = list_ = toolBar_ = statusBar_ = nullptr;
+        list_ = toolBar_ = statusBar_ = nullptr;
         selectedItem_ = focusedItem_ = -1;
-        if (hfont_) {
-          DeleteObject(hfont_);
-          hfont_ = nullptr;
-        }
+        font_handle_.reset();
         return false;
       default:
         return false;
@@ -726,9 +563,9 @@ class DisplayWindow final : public DisplayerView {
         auto* di = reinterpret_cast<NMLVDISPINFOW*>(nm);
         if (di->item.mask & LVIF_TEXT) {
           // Only the rows on screen are asked for: the text is cut from the row's line on demand.
-          cellText_ = di->item.iSubItem == 0 ? std::wstring()
-                                              : wide(presenter_.list().text(di->item.iItem + 1, di->item.iSubItem));
-          di->item.pszText = cellText_.data();
+          cellText_ = di->item.iSubItem == 0 ? ustring()
+                                              : presenter_.list().text(di->item.iItem + 1, di->item.iSubItem);
+          di->item.pszText = const_cast<wchar_t*>(wz(cellText_));
         }
         return true;
       }
@@ -753,8 +590,7 @@ class DisplayWindow final : public DisplayerView {
       auto* tt = reinterpret_cast<NMTTDISPINFOW*>(nm);
       const int i = static_cast<int>(nm->idFrom) - kToolIdBase;
       if (i >= 0 && i < 5) {
-        tipText_ = wide(toolTips_[static_cast<std::size_t>(i)]);
-        tt->lpszText = tipText_.data();
+        tt->lpszText = const_cast<wchar_t*>(wz(toolTips_[static_cast<std::size_t>(i)]));
         result = 0;
         return true;
       }
@@ -762,9 +598,14 @@ class DisplayWindow final : public DisplayerView {
     return false;
   }
 
-  Displayer presenter_;
-  HWND hwnd_ = nullptr, list_ = nullptr, toolBar_ = nullptr, statusBar_ = nullptr;
-  HFONT hfont_ = nullptr;
+  // After the last message of a window shown modeless: it lets go of itself.
+  void onFinalMessage() override { self_.reset(); }
+
+  ModuleHold hold_;
+  DisplayerPresenter presenter_;
+  std::shared_ptr<FrmDisplayer> self_;  // while shown modeless
+  HWND list_ = nullptr, toolBar_ = nullptr, statusBar_ = nullptr;
+  Font font_handle_;
   ustring caption_, statusText_;
   std::array<ustring, kDisplayMenuCount> menuTexts_;
   std::array<bool, kDisplayMenuCount> menuChecked_;
@@ -773,41 +614,21 @@ class DisplayWindow final : public DisplayerView {
   COLORREF backColor_ = RGB(255, 255, 255);
   ListFont font_;
   int16_t state_ = 0;
-  std::wstring cellText_, tipText_;
-  std::unique_ptr<PreviewWindow> preview_;
+  ustring cellText_;
+  std::unique_ptr<FrmPreview> preview_;
   // The list view's items (0-based) that carry the selection and the focus, -1 for none.
   int selectedItem_ = -1, focusedItem_ = -1;
   bool applyingRow_ = false;  // the presenter's current row is being shown
 };
 
-void registerClasses(HINSTANCE module) {
-  WNDCLASSEXW wc{};
-  wc.cbSize = sizeof wc;
-  wc.hInstance = module;
-  wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-  wc.hIcon = LoadIconW(nullptr, IDI_APPLICATION);
-  wc.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
-  wc.lpfnWndProc = &DisplayWindow::proc;
-  wc.lpszClassName = kDisplayerClass;
-  RegisterClassExW(&wc);
-  wc.lpfnWndProc = &PreviewWindow::proc;
-  wc.lpszClassName = kPreviewClass;
-  wc.hbrBackground = nullptr;
-  RegisterClassExW(&wc);
-}
-
 }  // namespace
 
-void installDisplayerWindows(HINSTANCE module) {
-  if (g_module) return;
-  g_module = module;
+std::shared_ptr<DisplayerPresenter> makeListWindow(ModuleHold hold) {
   INITCOMMONCONTROLSEX icc{sizeof icc, ICC_LISTVIEW_CLASSES | ICC_BAR_CLASSES | ICC_WIN95_CLASSES};
   InitCommonControlsEx(&icc);
-  setDisplayerFactory([]() -> std::shared_ptr<Displayer> {
-    auto window = std::make_shared<DisplayWindow>();
-    // The presenter lives inside the window object; whoever holds it keeps both.
-    return std::shared_ptr<Displayer>(window, &window->presenter());
-  });
+  auto window = std::make_shared<FrmDisplayer>(std::move(hold));
+  // The presenter lives inside the window object; whoever holds it keeps both.
+  return std::shared_ptr<DisplayerPresenter>(window, &window->presenter());
 }
 
-}  // namespace lumo::display::win
+}  // namespace lumo::win32

@@ -1,30 +1,15 @@
 #include "display/win/page_layout.h"
 
 #include <algorithm>
-#include <string>
+#include <vector>
 
 #include "host/language.h"
+#include "win32/controls.h"
 
-namespace lumo::display::win {
+namespace lumo::win32 {
 
-namespace {
-
-std::wstring wide(const ustring& s) { return std::wstring(s.begin(), s.end()); }
-
-struct SelectedFont {
-  HDC dc;
-  HFONT font;
-  HGDIOBJ old;
-  SelectedFont(HDC d, HFONT f) : dc(d), font(f), old(SelectObject(d, f)) {}
-  ~SelectedFont() {
-    SelectObject(dc, old);
-    DeleteObject(font);
-  }
-  SelectedFont(const SelectedFont&) = delete;
-  SelectedFont& operator=(const SelectedFont&) = delete;
-};
-
-}  // namespace
+using display::ListModel;
+namespace align = display::align;
 
 PageMetrics a4AtScreenResolution() {
   // 210 mm x 297 mm at 96 pixels per inch.
@@ -34,14 +19,13 @@ PageMetrics a4AtScreenResolution() {
 PageLayout::PageLayout(const ListModel& list, const ustring& title, const PageMetrics& page, HFONT font)
     : list_(list), title_(title), page_(page), font_(font) {
   margin_ = scale(48);  // half an inch
-  HFONT f = makeFont(false);
-  HDC screen = GetDC(nullptr);
-  HGDIOBJ old = SelectObject(screen, f);
   TEXTMETRICW tm{};
-  GetTextMetricsW(screen, &tm);
-  SelectObject(screen, old);
-  ReleaseDC(nullptr, screen);
-  DeleteObject(f);
+  {
+    const Font f = makeFont(false);
+    const WindowDC screen(nullptr);
+    const Selected measuring(screen.get(), f.get());
+    GetTextMetricsW(screen.get(), &tm);
+  }
   // Measured on the screen at 96 DPI, then scaled to the page's device.
   lineHeight_ = std::max(1, scale(tm.tmHeight + tm.tmExternalLeading + 6));
   titleHeight_ = lineHeight_ * 2;
@@ -51,7 +35,7 @@ PageLayout::PageLayout(const ListModel& list, const ustring& title, const PageMe
   pages_ = std::max<int32_t>(1, (rows + rowsPerPage_ - 1) / rowsPerPage_);
 }
 
-HFONT PageLayout::makeFont(bool bold) const {
+Font PageLayout::makeFont(bool bold) const {
   LOGFONTW lf{};
   HFONT base = font_ ? font_ : static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT));
   GetObjectW(base, sizeof lf, &lf);
@@ -60,7 +44,7 @@ HFONT PageLayout::makeFont(bool bold) const {
   lf.lfHeight = MulDiv(lf.lfHeight, page_.dpi, 96);
   lf.lfWidth = 0;
   if (bold) lf.lfWeight = FW_BOLD;
-  return CreateFontIndirectW(&lf);
+  return Font(CreateFontIndirectW(&lf));
 }
 
 void PageLayout::draw(HDC dc, int32_t page) const {
@@ -72,10 +56,10 @@ void PageLayout::draw(HDC dc, int32_t page) const {
   int y = margin_;
 
   {
-    SelectedFont bold(dc, makeFont(true));
+    const Font boldFont = makeFont(true);
+    const Selected bold(dc, boldFont.get());
     RECT r{left, y, right, y + titleHeight_};
-    std::wstring t = wide(title_);
-    DrawTextW(dc, t.c_str(), static_cast<int>(t.size()), &r, DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX);
+    DrawTextW(dc, wz(title_), static_cast<int>(title_.size()), &r, DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX);
     y += titleHeight_;
   }
 
@@ -93,26 +77,28 @@ void PageLayout::draw(HDC dc, int32_t page) const {
       UINT format = DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX | DT_END_ELLIPSIS;
       const int32_t a = list_.column(c).alignment;
       format |= a == align::Number ? DT_RIGHT : a == align::Centre ? DT_CENTER : DT_LEFT;
-      std::wstring t = wide(list_.text(row, c));
-      DrawTextW(dc, t.c_str(), static_cast<int>(t.size()), &cell, format);
+      const ustring t = list_.text(row, c);
+      DrawTextW(dc, wz(t), static_cast<int>(t.size()), &cell, format);
     }
   };
-  HPEN pen = CreatePen(PS_SOLID, std::max(1, scale(1)), RGB(0, 0, 0));
-  HGDIOBJ oldPen = SelectObject(dc, pen);
+  const Pen pen(CreatePen(PS_SOLID, std::max(1, scale(1)), RGB(0, 0, 0)));
+  const Selected ruling(dc, pen.get());
   auto hline = [&](int yy) {
     MoveToEx(dc, left, yy, nullptr);
     LineTo(dc, tableRight, yy);
   };
 
   {
-    SelectedFont bold(dc, makeFont(true));
+    const Font boldFont = makeFont(true);
+    const Selected bold(dc, boldFont.get());
     hline(y);
     drawRow(0, y);
     y += lineHeight_;
     hline(y);
   }
   {
-    SelectedFont normal(dc, makeFont(false));
+    const Font normalFont = makeFont(false);
+    const Selected normal(dc, normalFont.get());
     const int32_t first = 1 + page * rowsPerPage_;
     const int32_t last = std::min(list_.rowCount() - 1, first + rowsPerPage_ - 1);
     for (int32_t r = first; r <= last; ++r) {
@@ -120,17 +106,14 @@ void PageLayout::draw(HDC dc, int32_t page) const {
       y += lineHeight_;
     }
     hline(y);
-    const std::wstring footer = pageNumberText(page + 1, pages_);
+    const ustring footer = pageNumberText(page + 1, pages_);
     RECT r{left, page_.height - margin_ - lineHeight_, right, page_.height - margin_};
-    DrawTextW(dc, footer.c_str(), static_cast<int>(footer.size()), &r, DT_CENTER | DT_SINGLELINE | DT_NOPREFIX);
+    DrawTextW(dc, wz(footer), static_cast<int>(footer.size()), &r, DT_CENTER | DT_SINGLELINE | DT_NOPREFIX);
   }
-  SelectObject(dc, oldPen);
-  DeleteObject(pen);
 }
 
-std::wstring pageNumberText(int32_t page, int32_t pages) {
-  const ustring text = formatResString(u"第 %1 页 / 共 %2 页", {Variant(page), Variant(pages)});
-  return std::wstring(text.begin(), text.end());
+ustring pageNumberText(int32_t page, int32_t pages) {
+  return formatResString(u"第 %1 页 / 共 %2 页", {Variant(page), Variant(pages)});
 }
 
-}  // namespace lumo::display::win
+}  // namespace lumo::win32

@@ -4,18 +4,17 @@
 // printer page.
 #pragma once
 
-#include <string>
-
 #include <windows.h>
 
 #include <cstdint>
 
 #include "display/list_model.h"
+#include "win32/window.h"
 
-namespace lumo::display::win {
+namespace lumo::win32 {
 
 // "第 n 页 / 共 m 页" in the session's language, for the page footer and the preview's caption.
-std::wstring pageNumberText(int32_t page, int32_t pages);
+ustring pageNumberText(int32_t page, int32_t pages);
 
 struct PageMetrics {
   int width = 0, height = 0;  // the page in device pixels
@@ -29,7 +28,7 @@ class PageLayout {
  public:
   // title: the line printed on top of every page; font: the list's font (null
   // for the default GUI font).
-  PageLayout(const ListModel& list, const ustring& title, const PageMetrics& page, HFONT font);
+  PageLayout(const display::ListModel& list, const ustring& title, const PageMetrics& page, HFONT font);
   int32_t pageCount() const { return pages_; }
   int32_t rowsPerPage() const { return rowsPerPage_; }
   // Draws page (0-based) onto dc, which covers the whole page.
@@ -37,8 +36,8 @@ class PageLayout {
 
  private:
   int scale(int pixelsAt96) const { return MulDiv(pixelsAt96, page_.dpi, 96); }
-  HFONT makeFont(bool bold) const;
-  const ListModel& list_;
+  Font makeFont(bool bold) const;
+  const display::ListModel& list_;
   ustring title_;
   PageMetrics page_;
   HFONT font_;
@@ -46,4 +45,4 @@ class PageLayout {
   int32_t rowsPerPage_ = 1, pages_ = 1;
 };
 
-}  // namespace lumo::display::win
+}  // namespace lumo::win32

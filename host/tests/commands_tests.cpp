@@ -30,17 +30,37 @@ class RecordingWindow : public CommandWindow {
   bool bound_;
 };
 
+// The windows a command gets: recording ones, and a note of what it asked for.
+class RecordingFactory : public WindowFactory {
+ public:
+  explicit RecordingFactory(WindowLog& log) : log_(log) {}
+  std::unique_ptr<CommandWindow> commandWindow(Command command) override {
+    asked.push_back(command);
+    if (makeRaises) throw Error(429, u"cannot create the window");
+    auto w = std::make_unique<RecordingWindow>(log_, bound);
+    w->checkRaises = checkRaises;
+    w->showRaises = showRaises;
+    return w;
+  }
+  std::shared_ptr<display::DisplayerPresenter> listWindow() override {
+    throw Error(429, u"no list window here");
+  }
+  std::vector<Command> asked;
+  bool bound = true, checkRaises = false, showRaises = false, makeRaises = false;
+
+ private:
+  WindowLog& log_;
+};
+
 class Commands : public HostTest {
  protected:
   WindowLog log;
-  std::function<std::unique_ptr<CommandWindow>()> windows(bool bound, bool checkRaises = false,
-                                                          bool showRaises = false) {
-    return [this, bound, checkRaises, showRaises] {
-      auto w = std::make_unique<RecordingWindow>(log, bound);
-      w->checkRaises = checkRaises;
-      w->showRaises = showRaises;
-      return w;
-    };
+  RecordingFactory factory{log};
+  WindowFactory& windows(bool bound, bool checkRaises = false, bool showRaises = false) {
+    factory.bound = bound;
+    factory.checkRaises = checkRaises;
+    factory.showRaises = showRaises;
+    return factory;
   }
 };
 
@@ -84,6 +104,13 @@ TEST_F(Commands, EachCallMakesAWindowOfItsOwn) {
   EXPECT_EQ(log.shown.size(), 2u);
 }
 
+TEST_F(Commands, EachCommandAsksTheFactoryForItsOwnWindow) {
+  const Command all[] = {Command::SetUserMobile, Command::SetAllMobile, Command::SendSms,
+                         Command::SmsManager,    Command::UserSms,      Command::ShowSmsLog};
+  for (Command c : all) runCommand(c, windows(true));
+  EXPECT_EQ(factory.asked, std::vector<Command>(std::begin(all), std::end(all)));
+}
+
 TEST_F(Commands, UnboundUserIsToldWhyAndGetsNoWindow) {
   const std::pair<Command, ustring> cases[] = {
       {Command::SetUserMobile, u"该用户没有关联职员，不能修改个人手机号码"},
@@ -111,9 +138,9 @@ TEST_F(Commands, RefusalIsInTheSessionLanguage) {
 }
 
 TEST_F(Commands, WindowThatCannotBeMadeFailsTheCall) {
-  auto failing = []() -> std::unique_ptr<CommandWindow> { throw Error(429, u"cannot create the window"); };
-  EXPECT_EQ(errorNumberOf([&] { runCommand(Command::SendSms, failing); }), 429);
-  EXPECT_EQ(errorNumberOf([&] { runCommand(Command::ShowSmsLog, failing); }), 429);
+  factory.makeRaises = true;
+  EXPECT_EQ(errorNumberOf([&] { runCommand(Command::SendSms, factory); }), 429);
+  EXPECT_EQ(errorNumberOf([&] { runCommand(Command::ShowSmsLog, factory); }), 429);
   EXPECT_TRUE(fake.messageBoxes.empty());
 }
 

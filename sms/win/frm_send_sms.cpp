@@ -1,76 +1,110 @@
-#include "sms/win/frm_send_sms.h"
+// The send window on Win32: a modeless, resizable top-level window that draws the
+// send presenter's state and forwards the user's actions to it.
+//
+// It is a modeless dialog of the window base, so it gets tabbing, mnemonics and
+// Esc in whatever message loop the host runs, and sees every key first: Enter
+// runs the search wherever the focus is. The window owns itself: it lives until
+// it is destroyed and deletes itself then.
+#include "sms/win/windows.h"
 
+#include <windows.h>
 #include <windowsx.h>
 
 #include <algorithm>
+#include <memory>
 #include <vector>
 
-#include "automation/error.h"
 #include "host/services.h"
+#include "sms/send_sms.h"
+#include "win32/check_tree.h"
+#include "win32/controls.h"
+#include "win32/number_box.h"
+#include "win32/window.h"
 
-namespace lumo::sms::win {
+namespace lumo::win32 {
 
-using win32::scale;
-using win32::wz;
+using sms::Control;
+using sms::ReceiverMenu;
+using sms::Tree;
+using namespace send_sms;
 
 namespace {
 
-// ---- keyboard for a window in someone else's message loop -------------------------------
+class FrmSendSms final : public Window, public sms::SendSmsView, private CheckTreeListener {
+ public:
+  // hold: keeps the module loaded while the window object lives.
+  explicit FrmSendSms(ModuleHold hold);
 
-// The open send windows of this thread and the hook that lets them see their keys.
-std::vector<HWND>& openWindows() {
-  static std::vector<HWND> windows;
-  return windows;
-}
-HHOOK g_hook = nullptr;
+  sms::SendSmsPresenter& presenter() { return presenter_; }
+  // Creates the window (the presenter's Form_Load runs) and shows it modeless with
+  // no owner; from then on the window owns this object. Raises an Error when the
+  // system refuses the window or it fails while being built.
+  static void show(std::unique_ptr<FrmSendSms> form);
 
-LRESULT CALLBACK getMessageHook(int code, WPARAM wParam, LPARAM lParam) {
-  if (code == HC_ACTION && wParam == PM_REMOVE) {
-    MSG* msg = reinterpret_cast<MSG*>(lParam);
-    if (msg->message >= WM_KEYFIRST && msg->message <= WM_KEYLAST && msg->hwnd) {
-      for (HWND w : openWindows()) {
-        if ((msg->hwnd == w || IsChild(w, msg->hwnd)) && IsDialogMessageW(w, msg)) {
-          // Handled as a dialog key: the host's loop gets nothing to dispatch.
-          msg->message = WM_NULL;
-          msg->wParam = 0;
-          msg->lParam = 0;
-          break;
-        }
-      }
-    }
-  }
-  return CallNextHookEx(g_hook, code, wParam, lParam);
-}
+  // SendSmsView
+  int32_t selectedTab() const override;
+  void setTreeEnabled(sms::Tree tree, bool enabled) override;
+  ustring findText() const override;
+  void setFindText(const ustring& text) override;
+  const ustring& receiversText() const override;
+  void setReceiversText(ustring text) override;
+  ustring messageText() const override;
+  void setMessageText(const ustring& text) override;
+  void setMessageMaxLength(int32_t characters) override;
+  bool restoreChecked() const override;
+  void setCaption(sms::Control control, const ustring& text) override;
+  void setToolTip(sms::Control control, const ustring& text) override;
+  void setReceiverMenu(const std::array<ustring, 6>& captions) override;
+  void focusTree(sms::Tree tree) override;
+  void close() override;
+  ObjectPtr formObject() override { return formFont_.form(); }
 
-void windowOpened(HWND hwnd) {
-  openWindows().push_back(hwnd);
-  if (!g_hook) g_hook = SetWindowsHookExW(WH_GETMESSAGE, getMessageHook, nullptr, GetCurrentThreadId());
-}
+ private:
+  // CheckTreeListener
+  void treeExpand(int treeId, ui::NodeId node) override;
+  void treeCollapse(int treeId, ui::NodeId node) override;
+  void treeClick(int treeId, ui::NodeId node) override;
+  void treeCheck(int treeId, ui::NodeId node, bool checked) override;
+  void treeDoubleClick(int treeId) override;
 
-void windowClosed(HWND hwnd) {
-  auto& w = openWindows();
-  w.erase(std::remove(w.begin(), w.end(), hwnd), w.end());
-  if (w.empty() && g_hook) {
-    UnhookWindowsHookEx(g_hook);
-    g_hook = nullptr;
-  }
-}
+  bool onMessage(UINT msg, WPARAM wParam, LPARAM lParam, LRESULT& result) override;
+  bool preTranslate(MSG& msg) override;
+  void onFinalMessage() override { delete this; }
 
-// An empty dialog template: the controls are created in WM_INITDIALOG.
-struct alignas(4) EmptyTemplate {
-  DLGTEMPLATE dlg;
-  WORD menu, windowClass, title;
+  void createControls();
+  void applyFont();
+  void layout();
+  void drawAddButton(const DRAWITEMSTRUCT& di) const;
+  void onCommand(int id, int code);
+  HWND control(sms::Control c) const;
+  sms::Tree treeOf(int treeId) const;
+
+  ModuleHold hold_;
+  sms::SendSmsPresenter presenter_;
+  CheckTree departments_;
+  CheckTree groups_;
+  HWND tab_ = nullptr, find_ = nullptr, cmdFind_ = nullptr, cmdFindNext_ = nullptr, cmdAdd_ = nullptr;
+  HWND mobile_ = nullptr, lblInfo_ = nullptr, cmdClearMobile_ = nullptr, faRecevie_ = nullptr, faContent_ = nullptr;
+  HWND message_ = nullptr, lblSms_ = nullptr, cmdClear_ = nullptr, chkRestore_ = nullptr, cmdSend_ = nullptr;
+  HWND cmdCancel_ = nullptr, frame1_ = nullptr, tooltip_ = nullptr;
+  FormFont formFont_;  // what the host's form-font service chose
+  Font font_;
+  UINT dpi_ = 96;
+  int silent_ = 0;  // texts set by the program raise no change event
+  ustring addToolTip_;
 };
 
-void drawAddButton(const DRAWITEMSTRUCT& di, UINT dpi, HFONT font) {
-  HGDIOBJ oldFont = font ? SelectObject(di.hDC, font) : nullptr;
+
+void FrmSendSms::drawAddButton(const DRAWITEMSTRUCT& di) const {
+  const UINT dpi = dpi_;
+  const Selected font(di.hDC, font_.get());
   RECT r = di.rcItem;
   const bool pushed = (di.itemState & ODS_SELECTED) != 0;
   const bool disabled = (di.itemState & ODS_DISABLED) != 0;
   DrawFrameControl(di.hDC, &r, DFC_BUTTON, DFCS_BUTTONPUSH | (pushed ? DFCS_PUSHED : 0));
   const int shift = pushed ? 1 : 0;
   // The picture (an arrow pointing right) and the caption, centred together.
-  const ustring caption = win32::windowText(di.hwndItem);
+  const ustring caption = windowText(di.hwndItem);
   SIZE extent{};
   GetTextExtentPoint32W(di.hDC, wz(caption), static_cast<int>(caption.size()), &extent);
   const int h = scale(10, dpi), space = scale(4, dpi);
@@ -81,11 +115,11 @@ void drawAddButton(const DRAWITEMSTRUCT& di, UINT dpi, HFONT font) {
   RECT shaft{left, midY - std::max(1, h / 6), left + h / 2 + 1, midY + std::max(1, h / 6) + 1};
   FillRect(di.hDC, &shaft, brush);
   POINT head[3] = {{left + h / 2, midY - h / 2}, {left + h, midY}, {left + h / 2, midY + h / 2}};
-  HGDIOBJ oldBrush = SelectObject(di.hDC, brush);
-  HGDIOBJ oldPen = SelectObject(di.hDC, GetStockObject(NULL_PEN));
-  Polygon(di.hDC, head, 3);
-  SelectObject(di.hDC, oldPen);
-  SelectObject(di.hDC, oldBrush);
+  {
+    const Selected fill(di.hDC, brush);
+    const Selected noOutline(di.hDC, GetStockObject(NULL_PEN));
+    Polygon(di.hDC, head, 3);
+  }
   RECT text = r;
   text.left = left + h + space;
   text.top += shift;
@@ -98,273 +132,185 @@ void drawAddButton(const DRAWITEMSTRUCT& di, UINT dpi, HFONT font) {
     InflateRect(&focus, -scale(3, dpi), -scale(3, dpi));
     DrawFocusRect(di.hDC, &focus);
   }
-  if (oldFont) SelectObject(di.hDC, oldFont);
 }
-
-}  // namespace
 
 // ---- the window object --------------------------------------------------------------------
 
-FrmSendSms::FrmSendSms()
-    : presenter_(*this),
+FrmSendSms::FrmSendSms(ModuleHold hold)
+    : Window(u"frmSendSms"),
+      hold_(std::move(hold)),
+      presenter_(*this),
       departments_(presenter_.tree(Tree::Department), *this),
       groups_(presenter_.tree(Tree::Group), *this) {}
-
-FrmSendSms::~FrmSendSms() {
-  if (hwnd_ && IsWindow(hwnd_)) {
-    // Only reached when creation failed half-way: the window must not outlive us.
-    SetWindowLongPtrW(hwnd_, DWLP_USER, 0);
-    DestroyWindow(hwnd_);
-  }
-  if (onDestroyed_) onDestroyed_();
-}
 
 void FrmSendSms::show(std::unique_ptr<FrmSendSms> form) {
   INITCOMMONCONTROLSEX icc{sizeof icc, ICC_TREEVIEW_CLASSES | ICC_TAB_CLASSES | ICC_BAR_CLASSES |
                                            ICC_STANDARD_CLASSES};
   InitCommonControlsEx(&icc);
-  EmptyTemplate t{};
-  t.dlg.style = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_THICKFRAME | WS_MINIMIZEBOX | WS_MAXIMIZEBOX |
-                DS_3DLOOK;
-  t.dlg.dwExtendedStyle = WS_EX_APPWINDOW | WS_EX_CONTROLPARENT;
-  t.dlg.cx = 10;
-  t.dlg.cy = 10;
-  FrmSendSms* self = form.get();
-  HWND hwnd = CreateDialogIndirectParamW(GetModuleHandleW(nullptr), &t.dlg, nullptr, &FrmSendSms::dialogProc,
-                                         reinterpret_cast<LPARAM>(self));
-  if (!hwnd) win32::throwLastError(u"CreateDialogIndirectParam");
-  if (self->initError_) {
-    // The controls could not be made: the half-built window goes and the caller
-    // gets the error (the object is still ours and goes with 'form').
-    SetWindowLongPtrW(hwnd, DWLP_USER, 0);
-    windowClosed(hwnd);
-    self->hwnd_ = nullptr;
-    DestroyWindow(hwnd);
-    throw *self->initError_;
-  }
-  // The window now owns the object and deletes it on WM_NCDESTROY.
-  form.release();
+  form->createDialog(WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_THICKFRAME | WS_MINIMIZEBOX | WS_MAXIMIZEBOX |
+                         DS_3DLOOK,
+                     WS_EX_APPWINDOW | WS_EX_CONTROLPARENT, nullptr);
+  // The window now owns the object and deletes it after its last message.
+  const HWND hwnd = form.release()->hwnd();
   ShowWindow(hwnd, SW_SHOW);
   SetForegroundWindow(hwnd);
   UpdateWindow(hwnd);
 }
 
-INT_PTR CALLBACK FrmSendSms::dialogProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
-  FrmSendSms* self = nullptr;
-  if (msg == WM_INITDIALOG) {
-    self = reinterpret_cast<FrmSendSms*>(lParam);
-    SetWindowLongPtrW(hwnd, DWLP_USER, reinterpret_cast<LONG_PTR>(self));
-    self->hwnd_ = hwnd;
-  } else {
-    self = reinterpret_cast<FrmSendSms*>(GetWindowLongPtrW(hwnd, DWLP_USER));
-  }
-  if (!self) return FALSE;
-  INT_PTR result = FALSE;
-  ++self->depth_;
-  try {
-    result = self->handle(msg, wParam, lParam);
-  } catch (const Error& e) {
-    // Nothing may leave a window procedure; a failure while building the window
-    // is handed to the one who asked for it.
-    if (msg == WM_INITDIALOG) self->initError_ = e;
-  } catch (const std::exception&) {
-    if (msg == WM_INITDIALOG) self->initError_ = Error(static_cast<int32_t>(E_FAIL), u"The send window failed to open");
-  }
-  --self->depth_;
-  // Destroyed during this message: the object goes when the outermost call returns.
-  if (self->destroyed_ && self->depth_ == 0) delete self;
-  return result;
-}
-
-template <class F>
-void FrmSendSms::forward(F&& f) {
-  // The presenter traps its own errors; whatever still escapes stops here.
-  try {
-    f();
-  } catch (const std::exception&) {
-  }
-}
-
-INT_PTR FrmSendSms::handle(UINT msg, WPARAM wParam, LPARAM lParam) {
+bool FrmSendSms::onMessage(UINT msg, WPARAM wParam, LPARAM lParam, LRESULT& result) {
   switch (msg) {
     case WM_INITDIALOG: {
-      dpi_ = win32::windowDpi(hwnd_);
+      dpi_ = windowDpi(hwnd());
       createControls();  // raises when the system refuses a control
       applyFont();
       // The opening size, in 96-DPI units, centred on the screen.
       RECT want{0, 0, scale(640, dpi_), scale(470, dpi_)};
-      AdjustWindowRectEx(&want, static_cast<DWORD>(GetWindowLongPtrW(hwnd_, GWL_STYLE)), FALSE,
-                         static_cast<DWORD>(GetWindowLongPtrW(hwnd_, GWL_EXSTYLE)));
+      AdjustWindowRectEx(&want, static_cast<DWORD>(GetWindowLongPtrW(hwnd(), GWL_STYLE)), FALSE,
+                         static_cast<DWORD>(GetWindowLongPtrW(hwnd(), GWL_EXSTYLE)));
       const int w = want.right - want.left, h = want.bottom - want.top;
-      SetWindowPos(hwnd_, nullptr, (GetSystemMetrics(SM_CXSCREEN) - w) / 2, (GetSystemMetrics(SM_CYSCREEN) - h) / 2,
-                   w, h, SWP_NOZORDER | SWP_NOACTIVATE);
-      windowOpened(hwnd_);
-      forward([&] { presenter_.formLoad(); });
+      SetWindowPos(hwnd(), nullptr, (GetSystemMetrics(SM_CXSCREEN) - w) / 2,
+                   (GetSystemMetrics(SM_CYSCREEN) - h) / 2, w, h, SWP_NOZORDER | SWP_NOACTIVATE);
+      presenter_.formLoad();
       applyFont();  // the host's form-font service may have chosen a face
       layout();
       SetFocus(find_);
-      return FALSE;  // focus set here
+      result = FALSE;  // focus set here
+      return true;
     }
     case WM_SIZE:
       layout();
-      return TRUE;
+      return true;
     case WM_GETMINMAXINFO: {
       auto* mm = reinterpret_cast<MINMAXINFO*>(lParam);
       mm->ptMinTrackSize.x = scale(560, dpi_);
       mm->ptMinTrackSize.y = scale(420, dpi_);
-      return TRUE;
+      return true;
     }
     case 0x02E0: {  // WM_DPICHANGED: the window moved to a monitor of another density
       dpi_ = HIWORD(wParam);
       applyFont();
       const RECT* r = reinterpret_cast<const RECT*>(lParam);
-      SetWindowPos(hwnd_, nullptr, r->left, r->top, r->right - r->left, r->bottom - r->top, SWP_NOZORDER);
+      SetWindowPos(hwnd(), nullptr, r->left, r->top, r->right - r->left, r->bottom - r->top, SWP_NOZORDER);
       layout();
-      return TRUE;
+      return true;
     }
     case WM_COMMAND:
       onCommand(LOWORD(wParam), HIWORD(wParam));
-      return TRUE;
+      return true;
     case WM_NOTIFY: {
+      // The trees hear their own notifications; the tab control's come here.
       const auto& header = *reinterpret_cast<const NMHDR*>(lParam);
-      LRESULT result = 0;
-      bool handled = false;
-      if (header.idFrom == idTab && header.code == TCN_SELCHANGE) {
-        forward([&] { presenter_.tabClick(); });
-        handled = true;
-      } else if (header.idFrom == idDepartments) {
-        forward([&] { handled = departments_.onNotify(header, &result); });
-      } else if (header.idFrom == idGroups) {
-        forward([&] { handled = groups_.onNotify(header, &result); });
-      }
-      if (!handled) return FALSE;
-      SetWindowLongPtrW(hwnd_, DWLP_MSGRESULT, result);
-      return TRUE;
-    }
-    case win32::CheckTree::kPendingCheck: {
-      const int id = static_cast<int>(wParam & 0xFFFF);
-      const bool fromKey = (wParam & 0x10000u) != 0;
-      forward([&] {
-        if (id == idDepartments) departments_.onPendingCheck(lParam, fromKey);
-        else if (id == idGroups) groups_.onPendingCheck(lParam, fromKey);
-      });
-      return TRUE;
+      if (header.hwndFrom != tab_ || header.code != TCN_SELCHANGE) return false;
+      presenter_.tabClick();
+      return true;
     }
     case WM_DRAWITEM: {
       const auto& di = *reinterpret_cast<const DRAWITEMSTRUCT*>(lParam);
-      if (di.CtlID != idCmdAdd) return FALSE;
-      drawAddButton(di, dpi_, font_.get());
-      return TRUE;
+      if (di.hwndItem != cmdAdd_) return false;
+      drawAddButton(di);
+      result = TRUE;
+      return true;
     }
     case WM_CLOSE:
       close();
-      return TRUE;
+      return true;
     case WM_DESTROY:
-      windowClosed(hwnd_);
-      forward([&] { presenter_.formUnload(); });
-      return TRUE;
-    case WM_NCDESTROY:
-      SetWindowLongPtrW(hwnd_, DWLP_USER, 0);
-      hwnd_ = nullptr;
-      destroyed_ = true;
-      return TRUE;
+      presenter_.formUnload();
+      return true;
     default:
-      return FALSE;
+      return false;
   }
+}
+
+bool FrmSendSms::preTranslate(MSG& msg) {
+  // Enter runs the search wherever the focus is: the message box takes no line
+  // break from it and a focused button is not pressed by it.
+  if (msg.message != WM_KEYDOWN || msg.wParam != VK_RETURN) return false;
+  presenter_.formKeyDown(13);
+  return true;
 }
 
 void FrmSendSms::onCommand(int id, int code) {
   switch (id) {
-    case IDOK:  // Enter, wherever the focus is (a button takes its own Enter)
-      forward([&] { presenter_.formKeyDown(13); });
-      break;
     case IDCANCEL:  // Esc
-      forward([&] { presenter_.formKeyDown(27); });
+      presenter_.formKeyDown(27);
       break;
     case idCmdFind:
-      if (code == BN_CLICKED) forward([&] { presenter_.cmdFindClick(); });
+      if (code == BN_CLICKED) presenter_.cmdFindClick();
       break;
     case idCmdFindNext:
-      if (code == BN_CLICKED) forward([&] { presenter_.cmdFindNextClick(); });
+      if (code == BN_CLICKED) presenter_.cmdFindNextClick();
       break;
     case idCmdAdd:
-      if (code == BN_CLICKED || code == BN_DOUBLECLICKED) forward([&] { presenter_.cmdAddClick(); });
+      if (code == BN_CLICKED || code == BN_DOUBLECLICKED) presenter_.cmdAddClick();
       break;
     case idCmdClearMobile:
-      if (code == BN_CLICKED) forward([&] { presenter_.cmdClearMobileClick(); });
+      if (code == BN_CLICKED) presenter_.cmdClearMobileClick();
       break;
     case idCmdClear:
-      if (code == BN_CLICKED) forward([&] { presenter_.cmdClearClick(); });
+      if (code == BN_CLICKED) presenter_.cmdClearClick();
       break;
     case idCmdSend:
-      if (code == BN_CLICKED) forward([&] { presenter_.cmdSendClick(); });
+      if (code == BN_CLICKED) presenter_.cmdSendClick();
       break;
     case idCmdCancel:
-      if (code == BN_CLICKED) forward([&] { presenter_.cmdCancelClick(); });
+      if (code == BN_CLICKED) presenter_.cmdCancelClick();
       break;
     case idMessage:
-      if (code == EN_CHANGE && !silent_) forward([&] { presenter_.messageChanged(); });
+      if (code == EN_CHANGE && !silent_) presenter_.messageChanged();
       break;
     default:
       break;
   }
 }
 
-LRESULT CALLBACK FrmSendSms::receiverKeyProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam, UINT_PTR,
-                                             DWORD_PTR) {
-  // Typing into the receiver box: the presenter says which keys it takes.
-  if (msg == WM_CHAR && wParam < 0x10000 && !acceptReceiverKey(static_cast<int32_t>(wParam))) return 0;
-  if (msg == WM_NCDESTROY) RemoveWindowSubclass(hwnd, &FrmSendSms::receiverKeyProc, 1);
-  return DefSubclassProc(hwnd, msg, wParam, lParam);
-}
-
 void FrmSendSms::createControls() {
-  using win32::createControl;
   // Created in tab order.
-  faRecevie_ = createControl(hwnd_, L"BUTTON", WS_VISIBLE | BS_GROUPBOX, 0, idFaRecevie);
-  find_ = createControl(hwnd_, L"EDIT", WS_VISIBLE | WS_TABSTOP | WS_GROUP | ES_AUTOHSCROLL, WS_EX_CLIENTEDGE, idFind);
-  cmdFind_ = createControl(hwnd_, L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdFind);
-  cmdFindNext_ = createControl(hwnd_, L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdFindNext);
+  faRecevie_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | BS_GROUPBOX, 0, idFaRecevie);
+  find_ = createControl(hwnd(), L"EDIT", WS_VISIBLE | WS_TABSTOP | WS_GROUP | ES_AUTOHSCROLL, WS_EX_CLIENTEDGE, idFind);
+  cmdFind_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdFind);
+  cmdFindNext_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdFindNext);
   // The trees lie on the tab control's page: above it in the z-order, so the
   // tab control (which clips its siblings) leaves them alone; the tree comes
   // before the tab headers in tab order.
-  departments_.create(hwnd_, idDepartments);
-  groups_.create(hwnd_, idGroups);
-  tab_ = createControl(hwnd_, WC_TABCONTROLW, WS_VISIBLE | WS_TABSTOP | WS_CLIPSIBLINGS, 0, idTab);
+  departments_.create(hwnd(), idDepartments);
+  groups_.create(hwnd(), idGroups);
+  tab_ = createControl(hwnd(), WC_TABCONTROLW, WS_VISIBLE | WS_TABSTOP | WS_CLIPSIBLINGS, 0, idTab);
   TCITEMW item{};
   item.mask = TCIF_TEXT;
   item.pszText = const_cast<wchar_t*>(L"");
   TabCtrl_InsertItem(tab_, 0, &item);
   TabCtrl_InsertItem(tab_, 1, &item);
-  cmdAdd_ = createControl(hwnd_, L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_OWNERDRAW, 0, idCmdAdd);
+  cmdAdd_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_OWNERDRAW, 0, idCmdAdd);
   // Our own box: the system's edit control cannot hold a list of thousands of
   // numbers in useful time under every platform the host runs on.
-  mobile_ = win32::createNumberBox(hwnd_, idMobile, WS_VISIBLE | WS_TABSTOP | WS_VSCROLL, WS_EX_CLIENTEDGE);
-  SetWindowSubclass(mobile_, &FrmSendSms::receiverKeyProc, 1, 0);
-  lblInfo_ = createControl(hwnd_, L"STATIC", WS_VISIBLE | SS_LEFT | SS_NOPREFIX, 0, idLblInfo);
-  cmdClearMobile_ = createControl(hwnd_, L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdClearMobile);
-  faContent_ = createControl(hwnd_, L"BUTTON", WS_VISIBLE | BS_GROUPBOX, 0, idFaContent);
-  message_ = createControl(hwnd_, L"EDIT",
+  mobile_ = createNumberBox(hwnd(), idMobile, WS_VISIBLE | WS_TABSTOP | WS_VSCROLL, WS_EX_CLIENTEDGE);
+  // Typing into the receiver box: the presenter says which keys it takes.
+  filterChars(mobile_, [](char16_t c) { return sms::acceptReceiverKey(c); });
+  lblInfo_ = createControl(hwnd(), L"STATIC", WS_VISIBLE | SS_LEFT | SS_NOPREFIX, 0, idLblInfo);
+  cmdClearMobile_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdClearMobile);
+  faContent_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | BS_GROUPBOX, 0, idFaContent);
+  message_ = createControl(hwnd(), L"EDIT",
                            WS_VISIBLE | WS_TABSTOP | ES_MULTILINE | ES_AUTOVSCROLL | ES_WANTRETURN | WS_VSCROLL,
                            WS_EX_CLIENTEDGE, idMessage);
-  lblSms_ = createControl(hwnd_, L"STATIC", WS_VISIBLE | SS_LEFT | SS_NOPREFIX, 0, idLblSms);
-  cmdClear_ = createControl(hwnd_, L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdClear);
-  frame1_ = createControl(hwnd_, L"STATIC", WS_VISIBLE | SS_ETCHEDHORZ, 0, idFrame1);
-  chkRestore_ = createControl(hwnd_, L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_AUTOCHECKBOX, 0, idChkRestore);
-  cmdSend_ = createControl(hwnd_, L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdSend);
-  cmdCancel_ = createControl(hwnd_, L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdCancel);
+  lblSms_ = createControl(hwnd(), L"STATIC", WS_VISIBLE | SS_LEFT | SS_NOPREFIX, 0, idLblSms);
+  cmdClear_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdClear);
+  frame1_ = createControl(hwnd(), L"STATIC", WS_VISIBLE | SS_ETCHEDHORZ, 0, idFrame1);
+  chkRestore_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_AUTOCHECKBOX, 0, idChkRestore);
+  cmdSend_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdSend);
+  cmdCancel_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdCancel);
   // The frames go beneath everything they surround.
   for (HWND frame : {faRecevie_, faContent_})
     SetWindowPos(frame, HWND_BOTTOM, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
 
   tooltip_ = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX,
-                             CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, hwnd_, nullptr,
+                             CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, hwnd(), nullptr,
                              GetModuleHandleW(nullptr), nullptr);
   if (tooltip_) {
     TTTOOLINFOW ti{};
     ti.cbSize = sizeof ti;
     ti.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
-    ti.hwnd = hwnd_;
+    ti.hwnd = hwnd();
     ti.uId = reinterpret_cast<UINT_PTR>(cmdAdd_);
     ti.lpszText = const_cast<wchar_t*>(L"");
     SendMessageW(tooltip_, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&ti));
@@ -372,17 +318,17 @@ void FrmSendSms::createControls() {
 }
 
 void FrmSendSms::applyFont() {
-  font_ = win32::messageFont(dpi_, formFont_.face(), formFont_.charset());
+  font_ = messageFont(dpi_, formFont_.face(), formFont_.charset());
   if (!font_.get()) return;
-  for (HWND c = GetWindow(hwnd_, GW_CHILD); c; c = GetWindow(c, GW_HWNDNEXT))
+  for (HWND c = GetWindow(hwnd(), GW_CHILD); c; c = GetWindow(c, GW_HWNDNEXT))
     SendMessageW(c, WM_SETFONT, reinterpret_cast<WPARAM>(font_.get()), TRUE);
   if (tooltip_) SendMessageW(tooltip_, WM_SETFONT, reinterpret_cast<WPARAM>(font_.get()), TRUE);
 }
 
 void FrmSendSms::layout() {
-  if (!hwnd_ || !tab_) return;
+  if (!hwnd() || !tab_) return;
   RECT client;
-  GetClientRect(hwnd_, &client);
+  GetClientRect(hwnd(), &client);
   const int W = client.right, H = client.bottom;
   auto s = [&](int v) { return scale(v, dpi_); };
   const int margin = s(8), gap = s(6), pad = s(10), buttonH = s(25), editH = s(23), labelH = s(18);
@@ -438,12 +384,12 @@ void FrmSendSms::layout() {
   place(lblInfo_, rightX, clearY - gap - labelH, rightW, labelH);
   place(mobile_, rightX, findY, rightW, clearY - gap - labelH - gap - findY);
   if (d) EndDeferWindowPos(d);
-  InvalidateRect(hwnd_, nullptr, TRUE);
+  InvalidateRect(hwnd(), nullptr, TRUE);
 }
 
 HWND FrmSendSms::control(Control c) const {
   switch (c) {
-    case Control::Form: return hwnd_;
+    case Control::Form: return hwnd();
     case Control::faRecevie: return faRecevie_;
     case Control::cmdFind: return cmdFind_;
     case Control::cmdFindNext: return cmdFindNext_;
@@ -478,15 +424,15 @@ void FrmSendSms::setTreeEnabled(Tree tree, bool enabled) {
   ShowWindow(h, enabled ? SW_SHOW : SW_HIDE);
 }
 
-ustring FrmSendSms::findText() const { return win32::windowText(find_); }
-void FrmSendSms::setFindText(const ustring& text) { win32::setWindowText(find_, text); }
-const ustring& FrmSendSms::receiversText() const { return win32::numberBoxText(mobile_); }
-void FrmSendSms::setReceiversText(ustring text) { win32::setNumberBoxText(mobile_, std::move(text)); }
-ustring FrmSendSms::messageText() const { return win32::windowText(message_); }
+ustring FrmSendSms::findText() const { return windowText(find_); }
+void FrmSendSms::setFindText(const ustring& text) { setWindowText(find_, text); }
+const ustring& FrmSendSms::receiversText() const { return numberBoxText(mobile_); }
+void FrmSendSms::setReceiversText(ustring text) { setNumberBoxText(mobile_, std::move(text)); }
+ustring FrmSendSms::messageText() const { return windowText(message_); }
 
 void FrmSendSms::setMessageText(const ustring& text) {
   ++silent_;
-  win32::setWindowText(message_, text);
+  setWindowText(message_, text);
   --silent_;
 }
 
@@ -503,21 +449,21 @@ void FrmSendSms::setCaption(Control c, const ustring& text) {
     return;
   }
   if (HWND h = control(c)) {
-    win32::setWindowText(h, text);
+    setWindowText(h, text);
     if (c == Control::cmdAdd) InvalidateRect(h, nullptr, TRUE);
   }
 }
 
 void FrmSendSms::setReceiverMenu(const std::array<ustring, 6>& captions) {
   auto at = [&](ReceiverMenu item) { return captions[static_cast<std::size_t>(item)]; };
-  win32::NumberBoxMenuTexts texts;
+  NumberBoxMenuTexts texts;
   texts.undo = at(ReceiverMenu::Undo);
   texts.cut = at(ReceiverMenu::Cut);
   texts.copy = at(ReceiverMenu::Copy);
   texts.paste = at(ReceiverMenu::Paste);
   texts.del = at(ReceiverMenu::Delete);
   texts.selectAll = at(ReceiverMenu::SelectAll);
-  win32::setNumberBoxMenuTexts(mobile_, texts);
+  setNumberBoxMenuTexts(mobile_, texts);
 }
 
 void FrmSendSms::setToolTip(Control c, const ustring& text) {
@@ -527,7 +473,7 @@ void FrmSendSms::setToolTip(Control c, const ustring& text) {
   TTTOOLINFOW ti{};
   ti.cbSize = sizeof ti;
   ti.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
-  ti.hwnd = hwnd_;
+  ti.hwnd = hwnd();
   ti.uId = reinterpret_cast<UINT_PTR>(h);
   ti.lpszText = const_cast<wchar_t*>(wz(c == Control::cmdAdd ? addToolTip_ : text));
   SendMessageW(tooltip_, TTM_UPDATETIPTEXTW, 0, reinterpret_cast<LPARAM>(&ti));
@@ -541,17 +487,35 @@ void FrmSendSms::focusTree(Tree tree) {
 void FrmSendSms::close() {
   // Destroying runs Form_Unload (WM_DESTROY); the object goes once the action
   // that closed it has returned.
-  if (hwnd_) DestroyWindow(hwnd_);
+  destroy();
 }
 
 // ---- the trees' events ------------------------------------------------------------------------
 
-void FrmSendSms::treeExpand(int treeId, NodeId node) { presenter_.nodeExpand(treeOf(treeId), node); }
-void FrmSendSms::treeCollapse(int treeId, NodeId node) { presenter_.nodeCollapse(treeOf(treeId), node); }
-void FrmSendSms::treeClick(int treeId, NodeId node) { presenter_.nodeClick(treeOf(treeId), node); }
-void FrmSendSms::treeCheck(int treeId, NodeId node, bool checked) {
+void FrmSendSms::treeExpand(int treeId, ui::NodeId node) { presenter_.nodeExpand(treeOf(treeId), node); }
+void FrmSendSms::treeCollapse(int treeId, ui::NodeId node) { presenter_.nodeCollapse(treeOf(treeId), node); }
+void FrmSendSms::treeClick(int treeId, ui::NodeId node) { presenter_.nodeClick(treeOf(treeId), node); }
+void FrmSendSms::treeCheck(int treeId, ui::NodeId node, bool checked) {
   presenter_.nodeCheck(treeOf(treeId), node, checked);
 }
 void FrmSendSms::treeDoubleClick(int treeId) { presenter_.treeDoubleClick(treeOf(treeId)); }
 
-}  // namespace lumo::sms::win
+// The send window as a command sees it. It is always modeless: once shown, the
+// window owns the form and this wrapper lets go of it.
+class SendSmsCommandWindow final : public CommandWindow {
+ public:
+  explicit SendSmsCommandWindow(ModuleHold hold) : form_(std::make_unique<FrmSendSms>(std::move(hold))) {}
+  bool isRelateEmp() override { return form_->presenter().isRelateEmp(); }
+  void show(bool) override { FrmSendSms::show(std::move(form_)); }
+
+ private:
+  std::unique_ptr<FrmSendSms> form_;
+};
+
+}  // namespace
+
+std::unique_ptr<CommandWindow> makeSendSmsWindow(ModuleHold hold) {
+  return std::make_unique<SendSmsCommandWindow>(std::move(hold));
+}
+
+}  // namespace lumo::win32

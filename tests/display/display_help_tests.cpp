@@ -13,15 +13,15 @@
 #include <string>
 
 #include "display/displayer.h"
-#include "display/win/frm_displayer.h"
+#include "display/win/windows.h"
 #include "fake_platform.h"
 #include "tests/win_support.h"
 
 namespace lumo::display::test {
 namespace {
 
-using lumo::display::win::kDisplayerClass;
-using lumo::display::win::kMenuIdBase;
+using lumo::win32::displayer::kClass;
+using lumo::win32::displayer::kMenuIdBase;
 using lumo::winsupport::pumpFor;
 
 // The platform of these tests: help calls are recorded; the help window that
@@ -55,8 +55,7 @@ class HelpPlatform : public lumo::test::FakePlatform {
 class DisplayHelpKeys : public ::testing::Test {
  protected:
   void SetUp() override {
-    lumo::display::win::installDisplayerWindows(GetModuleHandleW(nullptr));
-    window_ = makeDisplayer();
+    window_ = lumo::win32::makeListWindow(nullptr);
     window_->load();
     window_->setCaption(u"帮助键测试");
     window_->setTitles(u"姓名\t数量|");
@@ -68,7 +67,7 @@ class DisplayHelpKeys : public ::testing::Test {
     window_->setRowCount(3);
     window_->show(false);
     pumpFor(200);
-    hwnd_ = FindWindowW(kDisplayerClass, L"帮助键测试");
+    hwnd_ = FindWindowW(kClass, L"帮助键测试");
     ASSERT_NE(nullptr, hwnd_);
     list_ = FindWindowExW(hwnd_, nullptr, WC_LISTVIEWW, nullptr);
     ASSERT_NE(nullptr, list_);
@@ -99,7 +98,7 @@ class DisplayHelpKeys : public ::testing::Test {
 
   HelpPlatform platform;
   lumo::test::FakePlatformScope scope{platform};
-  std::shared_ptr<Displayer> window_;
+  std::shared_ptr<DisplayerPresenter> window_;
   HWND hwnd_ = nullptr, list_ = nullptr;
 };
 

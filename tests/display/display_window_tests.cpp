@@ -11,7 +11,8 @@
 #include <string>
 
 #include "com_support.h"
-#include "display/win/frm_displayer.h"
+#include "display/displayer.h"
+#include "display/win/windows.h"
 #include "held_file.h"
 #include "png_writer.h"
 
@@ -19,8 +20,8 @@ namespace comtest {
 namespace {
 
 using lumo::display::DisplayMenu;
-using lumo::display::win::kMenuIdBase;
-using lumo::display::win::kToolIdBase;
+using lumo::win32::displayer::kMenuIdBase;
+using lumo::win32::displayer::kToolIdBase;
 
 constexpr int kToolOpen = kToolIdBase + 0, kToolSave = kToolIdBase + 1, kToolPrint = kToolIdBase + 2,
               kToolPreview = kToolIdBase + 3;
@@ -187,7 +188,24 @@ class DisplayWindow : public ComObjectTest {
     if (builder_) builder_->Release();
     for (IDispatch* d : others_) d->Release();
     pump(100);
+    // A list window shown modeless outlives its builder, as the user's window does;
+    // those a test left open are closed here, before the unload check.
+    for (HWND w : listWindows()) DestroyWindow(w);
+    pump(50);
     ComObjectTest::TearDown();
+  }
+  static std::vector<HWND> listWindows() {
+    std::vector<HWND> found;
+    EnumThreadWindows(
+        GetCurrentThreadId(),
+        [](HWND h, LPARAM out) -> BOOL {
+          wchar_t cls[64] = L"";
+          GetClassNameW(h, cls, 64);
+          if (std::wstring(cls) == lumo::win32::displayer::kClass) reinterpret_cast<std::vector<HWND>*>(out)->push_back(h);
+          return TRUE;
+        },
+        reinterpret_cast<LPARAM>(&found));
+    return found;
   }
   IDispatch* another() {
     IDispatch* d = create(L"LumoSmsManager.clsDispBuilder");
@@ -211,7 +229,7 @@ class DisplayWindow : public ComObjectTest {
     }
     EXPECT_EQ(S_OK, l.call(L"Show", {V(0)}).hr);
     pump(300);
-    return FindWindowW(lumo::display::win::kDisplayerClass, caption.c_str());
+    return FindWindowW(lumo::win32::displayer::kClass, caption.c_str());
   }
 
   IDispatch* builder_ = nullptr;
@@ -520,7 +538,7 @@ TEST_F(DisplayWindow, PreviewShowsPagesWithoutAPrinter) {
   ASSERT_NE(nullptr, w);
   SendMessageW(w, WM_COMMAND, kToolPreview, 0);
   pump(500);
-  HWND preview = FindWindowW(lumo::display::win::kPreviewClass, nullptr);
+  HWND preview = FindWindowW(lumo::win32::displayer::kPreviewClass, nullptr);
   ASSERT_NE(nullptr, preview);
   EXPECT_TRUE(IsWindowVisible(preview));
   const std::wstring first = windowText(preview);
@@ -631,12 +649,43 @@ TEST_F(DisplayWindow, NoPromptWhenNothingIsToBeShown) {
   EXPECT_EQ(0, Late(builder_).get(L"PromptResult").result.ref().lVal);
 }
 
+TEST_F(DisplayWindow, AModelessWindowOutlivesItsBuilderAndKeepsTheServerLoadedUntilClosed) {
+  HWND w = showTable(builder_, L"独立窗口", kRows);
+  ASSERT_NE(nullptr, w);
+  builder_->Release();
+  builder_ = nullptr;
+  pump(100);
+  // The user is still looking at it: it stays, whole and working.
+  ASSERT_TRUE(IsWindow(w));
+  EXPECT_TRUE(IsWindowVisible(w));
+  EXPECT_EQ(3, ListView_GetItemCount(childOfClass(w, WC_LISTVIEWW)));
+  EXPECT_EQ(S_FALSE, Server::get().canUnloadNow());
+  // Closed by the user, it goes and the server may unload.
+  SendMessageW(w, WM_CLOSE, 0, 0);
+  pump(50);
+  EXPECT_FALSE(IsWindow(w));
+  EXPECT_EQ(S_OK, Server::get().canUnloadNow());
+}
+
+TEST_F(DisplayWindow, AWindowNeverShownGoesWithItsBuilder) {
+  Late l(builder_);
+  EXPECT_EQ(S_OK, l.put(L"Caption", V(L"未显示")).hr);
+  EXPECT_EQ(S_OK, l.put(L"WindowPos", V(0)).hr);  // re-stacking makes the (hidden) window
+  ASSERT_EQ(1u, listWindows().size());
+  EXPECT_FALSE(IsWindowVisible(listWindows()[0]));
+  builder_->Release();
+  builder_ = nullptr;
+  pump(50);
+  EXPECT_TRUE(listWindows().empty());
+  EXPECT_EQ(S_OK, Server::get().canUnloadNow());
+}
+
 TEST_F(DisplayWindow, ShowWithoutRowsShowsNothing) {
   Late l(builder_);
   EXPECT_EQ(S_OK, l.put(L"Caption", V(L"空表")).hr);
   EXPECT_EQ(S_OK, l.put(L"Cols", V(2)).hr);
   EXPECT_EQ(S_OK, l.call(L"Show", {V(1)}).hr);  // even modal: returns at once
-  EXPECT_EQ(nullptr, FindWindowW(lumo::display::win::kDisplayerClass, L"空表"));
+  EXPECT_EQ(nullptr, FindWindowW(lumo::win32::displayer::kClass, L"空表"));
 }
 
 TEST_F(DisplayWindow, ModalShowWaitsUntilTheWindowCloses) {
@@ -646,14 +695,14 @@ TEST_F(DisplayWindow, ModalShowWaitsUntilTheWindowCloses) {
   EXPECT_EQ(S_OK, l.call(L"Add", {V::byRef(row)}).hr);
   // Closes the window from inside the modal loop once it is there.
   const UINT_PTR timer = SetTimer(nullptr, 0, 200, [](HWND, UINT, UINT_PTR, DWORD) {
-    if (HWND h = FindWindowW(lumo::display::win::kDisplayerClass, L"模态"))
+    if (HWND h = FindWindowW(lumo::win32::displayer::kClass, L"模态"))
       if (IsWindowVisible(h)) PostMessageW(h, WM_COMMAND, menuId(DisplayMenu::FileClose), 0);
   });
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(S_OK, l.call(L"Show", {V(1)}).hr);
   KillTimer(nullptr, timer);
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(150));
-  EXPECT_EQ(nullptr, FindWindowW(lumo::display::win::kDisplayerClass, L"模态"));
+  EXPECT_EQ(nullptr, FindWindowW(lumo::win32::displayer::kClass, L"模态"));
 }
 
 TEST_F(DisplayWindow, BuilderMembersReachTheWindow) {
@@ -673,7 +722,7 @@ TEST_F(DisplayWindow, BuilderMembersReachTheWindow) {
   EXPECT_EQ(0, l.get(L"Col").result.ref().lVal);
   EXPECT_EQ(L"", l.get(L"Text").text());
   EXPECT_EQ(S_OK, l.put(L"WindowPos", V(-1)).hr);
-  HWND w = FindWindowW(lumo::display::win::kDisplayerClass, L"Lumo显示器");
+  HWND w = FindWindowW(lumo::win32::displayer::kClass, L"Lumo显示器");
   ASSERT_NE(nullptr, w);
   EXPECT_TRUE(GetWindowLongW(w, GWL_EXSTYLE) & WS_EX_TOPMOST);
 }

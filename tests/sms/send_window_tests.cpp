@@ -18,7 +18,7 @@
 
 #include "automation/win/bridge.h"
 #include "devhost/components/odbc.h"
-#include "sms/win/frm_send_sms.h"
+#include "sms/win/windows.h"
 #include "tests/sms/send_windows.h"
 #include "win32/controls.h"
 
@@ -29,7 +29,7 @@ inline void PrintTo(const Variant& v, std::ostream* os) { *os << toUtf8(v.descri
 namespace lumo::sendtest {
 namespace {
 
-using namespace lumo::sms::win;
+using namespace lumo::win32::send_sms;
 using lumo::win32::windowText;
 using lumo::winsupport::itemChecked;
 using lumo::winsupport::itemText;

@@ -9,13 +9,13 @@
 #include <vector>
 
 #include "automation/text.h"
-#include "sms/win/frm_send_sms.h"
+#include "sms/win/windows.h"
 
 namespace lumo::winsupport {
 
 inline BOOL CALLBACK collectSendWindow(HWND hwnd, LPARAM out) {
-  using sms::win::idCmdSend;
-  using sms::win::idDepartments;
+  using win32::send_sms::idCmdSend;
+  using win32::send_sms::idDepartments;
   if (IsWindowVisible(hwnd) && GetDlgItem(hwnd, idCmdSend) && GetDlgItem(hwnd, idDepartments))
     reinterpret_cast<std::vector<HWND>*>(out)->push_back(hwnd);
   return TRUE;
