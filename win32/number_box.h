@@ -5,6 +5,10 @@
 // freeze the window), so the send window's receiver list uses this control instead.
 // It lays out in one pass over the text, keeps its line starts in a vector, updates
 // them from the changed line onward on an edit, and draws only the visible lines.
+// Those rules, the selection, undo and the limit are the portable ui::NumberText
+// (ui/number_text.h); the window measures with its font, draws, and turns messages,
+// keys and the mouse into the model's calls. It is a win32::Window owned by its
+// window: destroying the window is all it takes to be rid of it.
 //
 // To the user and to the code that drives it, it behaves like a multi-line EDIT:
 // WM_SETTEXT/WM_GETTEXT, EM_SETSEL/EM_GETSEL, EM_REPLACESEL, EM_LINEFROMCHAR and the

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "automation/error.h"
 #include "png_writer.h"
 #include "tests/win_support.h"
 #include "win32/controls.h"
@@ -31,9 +32,18 @@ struct Notification {
   int code;
 };
 std::vector<Notification> g_notes;
+// A box the owner destroys when it sends this notification.
+HWND g_destroyOn = nullptr;
+int g_destroyCode = 0;
 
 LRESULT CALLBACK hostProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
-  if (msg == WM_COMMAND) g_notes.push_back({LOWORD(wParam), HIWORD(wParam)});
+  if (msg == WM_COMMAND) {
+    g_notes.push_back({LOWORD(wParam), HIWORD(wParam)});
+    if (g_destroyOn && reinterpret_cast<HWND>(lParam) == g_destroyOn && HIWORD(wParam) == g_destroyCode) {
+      g_destroyOn = nullptr;
+      DestroyWindow(reinterpret_cast<HWND>(lParam));
+    }
+  }
   return DefWindowProcW(hwnd, msg, wParam, lParam);
 }
 
@@ -1054,6 +1064,111 @@ TEST_F(NumberBoxTest, TheContextMenuOffersWhatAnEditBoxDoes) {
   SetTimer(nullptr, 0, 50, readMenu);
   key(VK_APPS);
   EXPECT_EQ((std::vector<bool>{false, false, true, false, false, false}), g_menu.enabled);
+}
+
+// ---- the box as a window of ours ------------------------------------------------------------
+
+TEST_F(NumberBoxTest, TheBoxGoesWithItsWindowAndLeavesNoHandlesBehind) {
+  const long windows = liveHandles(Handle::Window), dcs = liveHandles(Handle::DC);
+  const long bitmaps = liveHandles(Handle::Bitmap), menus = liveHandles(Handle::Menu);
+  HWND box = createNumberBox(parent_, kBoxId + 2, WS_VISIBLE | WS_VSCROLL, WS_EX_CLIENTEDGE);
+  EXPECT_EQ(windows + 1, liveHandles(Handle::Window));
+  EXPECT_EQ(dcs + 1, liveHandles(Handle::DC));  // the one it measures with
+  SendMessageW(box, WM_SETFONT, reinterpret_cast<WPARAM>(font_.get()), FALSE);
+  MoveWindow(box, 10, 215, 300, 60, TRUE);
+  SetWindowTextW(box, wz(numberList(100)));
+  UpdateWindow(box);
+  EXPECT_GT(SendMessageW(box, EM_GETLINECOUNT, 0, 0), 10);
+  g_menu = MenuSeen{};
+  SetTimer(nullptr, 0, 50, readMenu);
+  SendMessageW(box, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(box), MAKELPARAM(300, 250));
+  EXPECT_EQ(6u, g_menu.captions.size());
+  EXPECT_EQ(menus, liveHandles(Handle::Menu));
+  EXPECT_EQ(bitmaps, liveHandles(Handle::Bitmap));
+  EXPECT_EQ(dcs + 1, liveHandles(Handle::DC));
+  EXPECT_NE(nullptr, Window::from(box));
+  DestroyWindow(box);
+  EXPECT_EQ(windows, liveHandles(Handle::Window));
+  EXPECT_EQ(dcs, liveHandles(Handle::DC));
+  EXPECT_EQ(nullptr, Window::from(box));
+  EXPECT_TRUE(numberBoxText(box).empty());
+}
+
+TEST_F(NumberBoxTest, AParentMayDestroyTheBoxFromAnyOfItsNotifications) {
+  const long windows = liveHandles(Handle::Window), dcs = liveHandles(Handle::DC);
+  // One replacement over the limit sends EN_MAXTEXT, EN_UPDATE and EN_CHANGE.
+  for (int code : {EN_MAXTEXT, EN_UPDATE, EN_CHANGE}) {
+    HWND box = createNumberBox(parent_, kBoxId + 3, WS_VISIBLE, 0);
+    SendMessageW(box, EM_SETLIMITTEXT, 1, 0);
+    g_notes.clear();
+    g_destroyOn = box;
+    g_destroyCode = code;
+    SendMessageW(box, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(L"55"));
+    EXPECT_FALSE(IsWindow(box)) << code;
+    EXPECT_EQ(nullptr, g_destroyOn);
+    // Nothing is heard from it after it went.
+    EXPECT_EQ(code, g_notes.empty() ? -1 : g_notes.back().code);
+  }
+  HWND box = createNumberBox(parent_, kBoxId + 3, WS_VISIBLE, 0);
+  g_destroyOn = box;
+  g_destroyCode = EN_SETFOCUS;
+  SetFocus(box);
+  EXPECT_FALSE(IsWindow(box));
+  g_destroyOn = nullptr;
+  EXPECT_EQ(windows, liveHandles(Handle::Window));
+  EXPECT_EQ(dcs, liveHandles(Handle::DC));
+}
+
+TEST_F(NumberBoxTest, ABoxTheSystemRefusesRaisesAndLeavesNothing) {
+  const long windows = liveHandles(Handle::Window), dcs = liveHandles(Handle::DC);
+  HWND notAWindow = reinterpret_cast<HWND>(static_cast<INT_PTR>(0x7FFF0));
+  ASSERT_FALSE(IsWindow(notAWindow));
+  EXPECT_THROW(createNumberBox(notAWindow, kBoxId + 4, WS_VISIBLE, 0), Error);
+  EXPECT_EQ(windows, liveHandles(Handle::Window));
+  EXPECT_EQ(dcs, liveHandles(Handle::DC));
+}
+
+TEST_F(NumberBoxTest, CharactersTheOwnerFiltersNeverReachTheBox) {
+  const long windows = liveHandles(Handle::Window);
+  filterChars(box_, [](char16_t c) { return (c >= u'0' && c <= u'9') || c == u',' || c == 8; });
+  EXPECT_EQ(windows, liveHandles(Handle::Window));  // the box's own object holds the filter
+  type(u"13a8,b 中9");
+  EXPECT_EQ("138,9", u8(text()));
+  SendMessageW(box_, WM_CHAR, 8, 1);
+  EXPECT_EQ("138,", u8(text()));
+  SetFocus(box_);
+  PostMessageW(box_, WM_CHAR, 'x', 1);
+  PostMessageW(box_, WM_CHAR, '5', 1);
+  pump();
+  EXPECT_EQ("138,5", u8(text()));
+  // Pasted text is not typed: it goes in whole.
+  setClipboard(u"a1");
+  SendMessageW(box_, WM_PASTE, 0, 0);
+  EXPECT_EQ("138,5a1", u8(text()));
+}
+
+TEST_F(NumberBoxTest, ReadOnlySetThroughTheStyleIsHonoured) {
+  setText(u"138");
+  select(3, 3);
+  SetWindowLongPtrW(box_, GWL_STYLE, GetWindowLongPtrW(box_, GWL_STYLE) | ES_READONLY);
+  type(u"9");
+  SendMessageW(box_, WM_CHAR, 8, 1);
+  select(0, 0);
+  key(VK_DELETE);
+  EXPECT_EQ("138", u8(text()));
+  const auto px = pixels();
+  EXPECT_GT(count(px, rgb(COLOR_BTNFACE)), static_cast<int>(px.size() / 2));
+  SetWindowLongPtrW(box_, GWL_STYLE, GetWindowLongPtrW(box_, GWL_STYLE) & ~LONG_PTR(ES_READONLY));
+  type(u"9");
+  EXPECT_EQ("9138", u8(text()));
+  // Created read-only.
+  HWND ro = createNumberBox(parent_, kBoxId + 5, ES_READONLY, 0);
+  SendMessageW(ro, WM_CHAR, '1', 1);
+  EXPECT_EQ(0, GetWindowTextLengthW(ro));
+  SendMessageW(ro, EM_SETREADONLY, FALSE, 0);
+  SendMessageW(ro, WM_CHAR, '1', 1);
+  EXPECT_EQ(1, GetWindowTextLengthW(ro));
+  DestroyWindow(ro);
 }
 
 // A picture of the box for a person to look at: a wrapped list, a selection and
