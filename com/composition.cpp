@@ -25,13 +25,9 @@ ModuleHold liveObject() {
   return std::make_shared<const Live>();
 }
 
-void reportWindowError(std::exception_ptr error, const ustring& source) {
-  errorTrap(source, [&] { std::rethrow_exception(error); });
-}
-
 class AddinWindows final : public WindowFactory {
  public:
-  AddinWindows() { win32::setErrorSink(&reportWindowError); }
+  AddinWindows() { win32::setErrorSink(&trapError); }
 
   std::unique_ptr<CommandWindow> commandWindow(Command command) override {
     switch (command) {

@@ -103,10 +103,19 @@ bool checkOrnListDataType(const ustring& moduleType, const ustring& value) {
 }
 
 bool errorTrap(const ustring& source, const std::function<void()>& body) {
-  Error trapped(0, {});
   try {
     body();
     return true;
+  } catch (...) {
+    trapError(std::current_exception(), source);
+    return false;
+  }
+}
+
+void trapError(std::exception_ptr error, const ustring& source) {
+  Error trapped(0, {});
+  try {
+    std::rethrow_exception(error);
   } catch (Error& e) {
     e.withSource(source);
     trapped = e;
@@ -116,10 +125,11 @@ bool errorTrap(const ustring& source, const std::function<void()>& body) {
     // A failure from outside the automation layer: reported as an unspecified
     // automation failure with its own text.
     trapped = Error(static_cast<int32_t>(0x80004005u), fromUtf8(e.what()), source);
+  } catch (...) {
+    trapped = Error(static_cast<int32_t>(0x80004005u), u"Unexpected failure", source);
   }
   err().set(trapped);
   showHostMessage(trapped.description());
-  return false;
 }
 
 }  // namespace lumo

@@ -2,6 +2,7 @@
 // IP address, help, the workflow-type range check, and the error trap.
 #pragma once
 
+#include <exception>
 #include <functional>
 
 #include "automation/object.h"
@@ -47,5 +48,7 @@ bool checkOrnListDataType(const ustring& moduleType, const ustring& value);
 // recorded as the pending error with 'source' filled in, and its description is
 // shown through the host's message service. Returns false when it trapped.
 bool errorTrap(const ustring& source, const std::function<void()>& body);
+// The same trap for an error already caught elsewhere (a window procedure's guard).
+void trapError(std::exception_ptr error, const ustring& source);
 
 }  // namespace lumo
