@@ -488,6 +488,35 @@ TEST_F(SendWindow, EnterFindsThePersonTypedInTheSearchBox) {
   saveShot(w, u"send-found");
 }
 
+// Enter runs the search wherever the focus is: in the message box it makes no line
+// break, on a button it presses nothing.
+TEST_F(SendWindow, EnterInTheMessageBoxOrOnAButtonRunsTheSearchAndNothingElse) {
+  signIn(u"王建国", u"chs");
+  HWND w = openWindow();
+  ASSERT_NE(w, nullptr);
+  HWND tree = GetDlgItem(w, idDepartments);
+  HWND message = GetDlgItem(w, idMessage);
+  SetWindowTextW(GetDlgItem(w, idFind), L"张");
+  typeChars(message, u"盘点");
+  SetFocus(message);
+  pressKey(message, VK_RETURN);
+  HTREEITEM found = TreeView_GetSelection(tree);
+  ASSERT_NE(found, nullptr);
+  EXPECT_NE(itemText(tree, found).find(u"张"), ustring::npos);
+  EXPECT_EQ(windowText(message), u"盘点") << "no line break";
+
+  // On the send button: the search again, no send (which would say what is missing).
+  TreeView_SelectItem(tree, nullptr);
+  HWND send = GetDlgItem(w, idCmdSend);
+  const std::vector<ustring> boxes = boxesDuring([&] {
+    SetFocus(send);
+    pressKey(send, VK_RETURN);
+  });
+  EXPECT_TRUE(boxes.empty()) << u8(boxes.empty() ? ustring() : boxes[0]);
+  EXPECT_EQ(TreeView_GetSelection(tree), found);
+  EXPECT_EQ(db_->scalar(u"SELECT IFNULL(MAX(FMessageID),0) FROM dh_Outbox").toI4(), lastMessage_);
+}
+
 TEST_F(SendWindow, SpaceKeyTicksTheSelectedNodeAndTheDepartmentFollowsItsPeople) {
   signIn(u"王建国", u"chs");
   HWND w = openWindow();
