@@ -4,6 +4,9 @@
 
 #include <windows.h>
 
+#include <string>
+#include <vector>
+
 namespace lumo::winsupport {
 
 // Milliseconds from the high-resolution counter.
@@ -34,6 +37,25 @@ inline void pumpFor(int milliseconds) {
     drain();
     Sleep(5);
   } while (nowMs() < end);
+}
+
+// This thread's top-level windows of one window class.
+inline std::vector<HWND> threadWindowsOfClass(const wchar_t* className) {
+  struct Query {
+    std::wstring cls;
+    std::vector<HWND> found;
+  } q{className, {}};
+  EnumThreadWindows(
+      GetCurrentThreadId(),
+      [](HWND h, LPARAM p) -> BOOL {
+        auto* query = reinterpret_cast<Query*>(p);
+        wchar_t cls[256] = L"";
+        GetClassNameW(h, cls, 256);
+        if (query->cls == cls) query->found.push_back(h);
+        return TRUE;
+      },
+      reinterpret_cast<LPARAM>(&q));
+  return q.found;
 }
 
 }  // namespace lumo::winsupport

@@ -65,19 +65,7 @@ Itf* create(REFCLSID clsid, REFIID iid) {
   return object;
 }
 
-std::vector<HWND> listWindows() {
-  std::vector<HWND> found;
-  EnumThreadWindows(
-      GetCurrentThreadId(),
-      [](HWND h, LPARAM out) -> BOOL {
-        wchar_t cls[64] = L"";
-        GetClassNameW(h, cls, 64);
-        if (std::wstring(cls) == win32::displayer::kClass) reinterpret_cast<std::vector<HWND>*>(out)->push_back(h);
-        return TRUE;
-      },
-      reinterpret_cast<LPARAM>(&found));
-  return found;
-}
+std::vector<HWND> listWindows() { return lumo::winsupport::threadWindowsOfClass(win32::displayer::kClass); }
 
 // One cycle of the send window: opened by the command, closed by its title bar.
 void sendWindowCycle() {

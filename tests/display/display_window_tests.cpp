@@ -13,6 +13,7 @@
 #include "com_support.h"
 #include "display/displayer.h"
 #include "display/win/windows.h"
+#include "tests/win_support.h"
 #include "held_file.h"
 #include "png_writer.h"
 
@@ -195,17 +196,7 @@ class DisplayWindow : public ComObjectTest {
     ComObjectTest::TearDown();
   }
   static std::vector<HWND> listWindows() {
-    std::vector<HWND> found;
-    EnumThreadWindows(
-        GetCurrentThreadId(),
-        [](HWND h, LPARAM out) -> BOOL {
-          wchar_t cls[64] = L"";
-          GetClassNameW(h, cls, 64);
-          if (std::wstring(cls) == lumo::win32::displayer::kClass) reinterpret_cast<std::vector<HWND>*>(out)->push_back(h);
-          return TRUE;
-        },
-        reinterpret_cast<LPARAM>(&found));
-    return found;
+    return lumo::winsupport::threadWindowsOfClass(lumo::win32::displayer::kClass);
   }
   IDispatch* another() {
     IDispatch* d = create(L"LumoSmsManager.clsDispBuilder");
