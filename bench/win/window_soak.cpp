@@ -67,6 +67,28 @@ Itf* create(REFCLSID clsid, REFIID iid) {
 
 std::vector<HWND> listWindows() { return lumo::winsupport::threadWindowsOfClass(win32::displayer::kClass); }
 
+struct Left {
+  long objects, locks, bridges, windows, handles[win32::kHandleKinds];
+  DWORD gdi, user;
+};
+
+Left left() {
+  Left l{};
+  l.objects = lumo::com::liveComObjects();
+  l.locks = lumo::com::serverLocks();
+  l.bridges = lumo::win::liveObjects();
+  for (int k = 0; k < win32::kHandleKinds; ++k) l.handles[k] = win32::liveHandles(static_cast<win32::Handle>(k));
+  l.windows = static_cast<long>(lumo::winsupport::sendWindows().size() + listWindows().size());
+  l.gdi = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
+  l.user = GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS);
+  return l;
+}
+
+// What the window layer holds while a window is open, from the first cycle of each:
+// proof that the counters see the windows' handles at all.
+Left g_sendOpen{}, g_listOpen{};
+bool g_recordOpen = false;
+
 // One cycle of the send window: opened by the command, closed by its title bar.
 void sendWindowCycle() {
   _clsSmsManager* manager = create<_clsSmsManager>(CLSID_clsSmsManager, IID__clsSmsManager);
@@ -85,6 +107,7 @@ void sendWindowCycle() {
   manager->Release();
   std::vector<HWND> open;
   if (!pumpUntil([&] { return !(open = lumo::winsupport::sendWindows()).empty(); })) fail("no send window");
+  if (g_recordOpen) g_sendOpen = left();
   for (HWND w : open) PostMessageW(w, WM_CLOSE, 0, 0);
   if (!pumpUntil([] { return lumo::winsupport::sendWindows().empty(); })) fail("the send window did not close");
 }
@@ -116,25 +139,9 @@ void listWindowCycle() {
   builder->Release();
   std::vector<HWND> open;
   if (!pumpUntil([&] { return !(open = listWindows()).empty(); })) fail("no list window");
+  if (g_recordOpen) g_listOpen = left();
   for (HWND w : open) PostMessageW(w, WM_CLOSE, 0, 0);
   if (!pumpUntil([] { return listWindows().empty(); })) fail("the list window did not close");
-}
-
-struct Left {
-  long objects, locks, bridges, windows, handles[win32::kHandleKinds];
-  DWORD gdi, user;
-};
-
-Left left() {
-  Left l{};
-  l.objects = lumo::com::liveComObjects();
-  l.locks = lumo::com::serverLocks();
-  l.bridges = lumo::win::liveObjects();
-  for (int k = 0; k < win32::kHandleKinds; ++k) l.handles[k] = win32::liveHandles(static_cast<win32::Handle>(k));
-  l.windows = static_cast<long>(lumo::winsupport::sendWindows().size() + listWindows().size());
-  l.gdi = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
-  l.user = GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS);
-  return l;
 }
 
 }  // namespace
@@ -163,8 +170,10 @@ int main(int argc, char** argv) {
 
   // One cycle of each first: what the first window of a kind creates once (the
   // classes, the language tables, the resource loaders) is not a leak.
+  g_recordOpen = true;
   sendWindowCycle();
   listWindowCycle();
+  g_recordOpen = false;
   const Left before = left();
 
   const double t0 = nowMs();
@@ -178,14 +187,18 @@ int main(int argc, char** argv) {
   std::printf("window soak: %d cycles of each window\n", cycles);
   std::printf("  send window  %8.1f ms  (%.2f ms a cycle)\n", t1 - t0, (t1 - t0) / cycles);
   std::printf("  list window  %8.1f ms  (%.2f ms a cycle)\n", t2 - t1, (t2 - t1) / cycles);
-  std::printf("left after the cycles (after the first cycle of each -> at the end):\n");
-  std::printf("  live objects of ours   %ld -> %ld\n", before.objects, after.objects);
-  std::printf("  server locks           %ld -> %ld\n", before.locks, after.locks);
-  std::printf("  automation bridges     %ld -> %ld\n", before.bridges, after.bridges);
-  std::printf("  windows of ours open   %ld -> %ld\n", before.windows, after.windows);
+  std::printf("held (with the send window open | with the list window open | after the first cycle of each"
+              " -> at the end):\n");
+  auto line = [](const char* what, long sendOpen, long listOpen, long b, long a) {
+    std::printf("  %-22s %4ld | %4ld | %ld -> %ld\n", what, sendOpen, listOpen, b, a);
+  };
+  line("live objects of ours", g_sendOpen.objects, g_listOpen.objects, before.objects, after.objects);
+  line("server locks", g_sendOpen.locks, g_listOpen.locks, before.locks, after.locks);
+  line("automation bridges", g_sendOpen.bridges, g_listOpen.bridges, before.bridges, after.bridges);
+  line("windows of ours open", g_sendOpen.windows, g_listOpen.windows, before.windows, after.windows);
   bool clean = after.objects == 0 && after.locks == 0 && after.bridges == 0 && after.windows == 0;
   for (int k = 0; k < win32::kHandleKinds; ++k) {
-    std::printf("  %-22s %ld -> %ld\n", kinds[k], before.handles[k], after.handles[k]);
+    line(kinds[k], g_sendOpen.handles[k], g_listOpen.handles[k], before.handles[k], after.handles[k]);
     clean = clean && after.handles[k] == 0;
   }
   std::printf("  (the system's own counts, for reference: GDI %lu -> %lu, USER %lu -> %lu)\n",
