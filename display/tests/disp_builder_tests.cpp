@@ -37,7 +37,7 @@ TEST_F(DispBuilderTest, ReleasingTheBuilderReleasesItsWindow) {
 
 TEST_F(DispBuilderTest, WithoutAWindowFactoryTheBuilderCannotBeCreated) {
   const DisplayerFactory previous = setDisplayerFactory(nullptr);
-  EXPECT_EQ(errorNumberOf([] { DispBuilder none; }), 429);
+  EXPECT_EQ(errorOf([] { DispBuilder none; }), 429);
   setDisplayerFactory(previous);
 }
 
@@ -73,7 +73,7 @@ TEST_F(DispBuilderTest, EachRowIsKeyedByTheNewCountAndTheListGetsCountPlusOneLin
 TEST_F(DispBuilderTest, ATakenKeyFailsAfterTheCountMoved) {
   const ustring one = u"1";
   b.window().rowSets()->add(Variant(u"placed by hand"), &one);
-  EXPECT_EQ(errorNumberOf([&] { b.add(u"x"); }), 457);
+  EXPECT_EQ(errorOf([&] { b.add(u"x"); }), 457);
   EXPECT_EQ(b.rowCount(), 1);
   EXPECT_EQ(b.window().list().rowCount(), 2);
 }
@@ -152,7 +152,7 @@ TEST_F(DispBuilderTest, SetColWidthOnlyWithinTheColumns) {
 }
 
 TEST_F(DispBuilderTest, ANegativeColumnCountIsRefused) {
-  EXPECT_EQ(errorNumberOf([&] { b.setCols(-1); }), 5);
+  EXPECT_EQ(errorOf([&] { b.setCols(-1); }), 5);
   EXPECT_EQ(b.cols(), 1);
 }
 
@@ -200,7 +200,7 @@ TEST_F(DispBuilderTest, ShowIsModelessUnlessModeIsOne) {
 
 TEST_F(DispBuilderTest, AWindowStateBeyondSixteenBitsOverflows) {
   b.add(u"row");
-  EXPECT_EQ(errorNumberOf([&] { b.show(Variant(int32_t(1)), Variant(int32_t(70000))); }), 6);
+  EXPECT_EQ(errorOf([&] { b.show(Variant(int32_t(1)), Variant(int32_t(70000))); }), 6);
   EXPECT_EQ(view.shows, 0);
 }
 
