@@ -15,7 +15,8 @@ if(TARGET LumoDevHost)
     COMMAND ${LUMO_DBGEN_EXE} --quiet --out ${LUMO_WINE_SPARE_DB} --resources ${CMAKE_CURRENT_SOURCE_DIR}/wine/resources.tsv)
   set_tests_properties(devhost_wine_spare_db PROPERTIES FIXTURES_SETUP devhost_wine_db LABELS "devhost")
 
-  lumo_test(devhost_com_tests SOURCES wine/com_tests.cpp LIBS lumo_devhost_components lumo_automation_win)
+  lumo_test(devhost_com_tests SOURCES wine/com_tests.cpp
+    LIBS lumo_devhost_components lumo_automation_win lumo_test_support)
   add_dependencies(devhost_com_tests LumoDevHost vtappsvr ${LUMO_DBGEN_TARGET})
   target_compile_definitions(devhost_com_tests PRIVATE
     LUMO_DEVHOST_DLL="$<TARGET_FILE:LumoDevHost>"
