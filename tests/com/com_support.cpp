@@ -90,22 +90,6 @@ V FakeObject::value(const std::wstring& name) const {
   return it == properties_.end() ? V() : it->second;
 }
 
-HRESULT FakeObject::QueryInterface(REFIID riid, void** ppv) {
-  if (!ppv) return E_POINTER;
-  if (IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_IDispatch)) {
-    *ppv = static_cast<IDispatch*>(this);
-    AddRef();
-    return S_OK;
-  }
-  *ppv = nullptr;
-  return E_NOINTERFACE;
-}
-ULONG FakeObject::AddRef() { return ++refs_; }
-ULONG FakeObject::Release() {
-  ULONG n = --refs_;
-  if (n == 0) delete this;
-  return n;
-}
 HRESULT FakeObject::GetTypeInfoCount(UINT* count) {
   *count = 0;
   return S_OK;

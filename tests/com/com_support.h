@@ -19,6 +19,7 @@
 #include "tests/support/win/registry.h"
 #include "tests/support/win/server_dll.h"
 #include "tests/support/win/text.h"
+#include "tests/support/win/unknown.h"
 
 namespace comtest {
 
@@ -38,7 +39,7 @@ lumo::test::ServerDll& server();
 
 // An IDispatch written for tests: properties (read/write by name) and methods
 // (handlers by name), names case-insensitive; every call is journaled.
-class FakeObject final : public IDispatch {
+class FakeObject final : public lumo::test::RefCounted<IDispatch> {
  public:
   struct Call {
     std::wstring name;
@@ -52,13 +53,9 @@ class FakeObject final : public IDispatch {
   FakeObject& method(const std::wstring& name, Method m);
   V value(const std::wstring& name) const;
   const std::vector<Call>& journal() const { return journal_; }
-  ULONG refs() const { return refs_; }
   // FakeObjects alive in this process.
   static long live();
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
-  ULONG STDMETHODCALLTYPE AddRef() override;
-  ULONG STDMETHODCALLTYPE Release() override;
   HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override;
   HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo** info) override;
   HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) override;
@@ -67,10 +64,9 @@ class FakeObject final : public IDispatch {
 
  private:
   FakeObject();
-  ~FakeObject();
+  ~FakeObject() override;
   std::wstring key(const std::wstring& name) const;
   DISPID idOf(const std::wstring& name);
-  ULONG refs_ = 1;
   std::vector<std::wstring> names_;  // folded name per DISPID - 1
   std::map<std::wstring, V> properties_;
   std::map<std::wstring, Method> methods_;
