@@ -7,10 +7,11 @@
 set -u
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 root="$(cd "$here/../.." && pwd)"
-. "$root/scripts/wine-env"
+. "$root/tests/support/wine.sh"
+lumo_wine_env
 
 dll_unix="$1"
-dll="Z:${dll_unix//\//\\}"
+dll="$(lumo_dos_path "$dll_unix")"
 clsid="{$(awk '$2 == "clsParse" {print $3}' "$root/com/guids.txt")}"
 work="$(mktemp -d "${TMPDIR:-/tmp}/lumo-regsvr32.XXXXXX")"
 trap 'rm -rf "$work"' EXIT
@@ -22,7 +23,7 @@ wine() { "$LUMO_WINE" "$@"; }
 export_hive() {
   local key="$1" file="$2"
   rm -f "$file"
-  wine regedit /E "Z:${file//\//\\}" "$key" >/dev/null 2>&1
+  wine regedit /E "$(lumo_dos_path "$file")" "$key" >/dev/null 2>&1
   [ -f "$file" ] || : >"$file"  # a hive without the key exports as nothing
 }
 same_export() {

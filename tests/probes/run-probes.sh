@@ -23,17 +23,13 @@ if [ "$#" -gt 0 ]; then probes=("$@"); else probes=("$here"/*.js); fi
 
 prefix="$(mktemp -d "${TMPDIR:-/tmp}/lumo-probes.XXXXXX")"
 scratch="$prefix/probes"
-cleanup() {
-  WINEPREFIX="$prefix" /usr/lib/wine/wineserver64 -k 2>/dev/null
-  WINEPREFIX="$prefix" /usr/lib/wine/wineserver64 -w 2>/dev/null
-  rm -rf "$prefix"
-}
-trap cleanup EXIT
+. "$root/tests/support/wine.sh"
+trap 'lumo_wine_remove_prefix "$prefix"' EXIT
 export WINEPREFIX="$prefix"
-. "$root/scripts/wine-env"
+lumo_wine_env
 mkdir -p "$scratch"
 
-dos() { printf 'Z:%s' "${1//\//\\}"; }
+dos() { lumo_dos_path "$1"; }
 
 read -r -a servers <<<"${LUMO_PROBE_SERVERS:-}"
 for server in "${servers[@]}" "$dll_unix"; do
