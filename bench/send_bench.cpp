@@ -13,6 +13,7 @@
 
 #include "fake_platform.h"
 #include "fake_recordset.h"
+#include "fake_send_view.h"
 #include "host/services.h"
 #include "sms/send_sms.h"
 
@@ -61,25 +62,6 @@ struct Company {
   }
 };
 
-class BenchView : public SendSmsView {
- public:
-  ustring find, receivers, message;
-  int32_t selectedTab() const override { return 0; }
-  void setTreeEnabled(Tree, bool) override {}
-  ustring findText() const override { return find; }
-  void setFindText(const ustring& t) override { find = t; }
-  const ustring& receiversText() const override { return receivers; }
-  void setReceiversText(ustring t) override { receivers = std::move(t); }
-  ustring messageText() const override { return message; }
-  void setMessageText(const ustring& t) override { message = t; }
-  void setMessageMaxLength(int32_t) override {}
-  bool restoreChecked() const override { return false; }
-  void setCaption(Control, const ustring&) override {}
-  void setToolTip(Control, const ustring&) override {}
-  void focusTree(Tree) override {}
-  void close() override {}
-};
-
 double millis(const std::function<void()>& f) {
   const auto start = std::chrono::steady_clock::now();
   f();
@@ -112,7 +94,7 @@ void measure(int employees, int departments, int rounds) {
   Figures f;
   std::size_t listLength = 0;
   for (int round = 0; round < rounds; ++round) {
-    BenchView view;
+    test::FakeView view;
     SendSmsPresenter window(view);
     window.formLoad();
     fake.clearJournal();

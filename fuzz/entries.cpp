@@ -1,6 +1,8 @@
 #include "fuzz/entries.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <utility>
 #include <vector>
 
@@ -287,6 +289,15 @@ std::string languageTextsEntry(const uint8_t* data, std::size_t size) {
     return fail("LoadResFormat differs", format);
   if (!(err() == pending)) return "a lookup disturbed the pending error";
   return {};
+}
+
+int runTarget(EntryFunction entry, const uint8_t* data, std::size_t size) {
+  const std::string broken = entry(data, size);
+  if (!broken.empty()) {
+    std::fprintf(stderr, "invariant broken: %s\n", broken.c_str());
+    std::abort();
+  }
+  return 0;
 }
 
 }  // namespace lumo::fuzz

@@ -26,4 +26,9 @@ std::string sessionStringEntry(const uint8_t* data, std::size_t size);
 // by U+0001: session string, property name, special text, format, arguments...
 std::string languageTextsEntry(const uint8_t* data, std::size_t size);
 
+// One input of a libFuzzer target through its entry: 0 when the invariants held;
+// otherwise it says which broke and aborts, so that libFuzzer keeps the input.
+using EntryFunction = std::string (*)(const uint8_t* data, std::size_t size);
+int runTarget(EntryFunction entry, const uint8_t* data, std::size_t size);
+
 }  // namespace lumo::fuzz

@@ -3,19 +3,12 @@
 #include <functional>
 
 #include "automation/dictionary.h"
+#include "tests/support/errors.h"
 
 using namespace lumo;
+using lumo::test::errorOf;
 
 namespace {
-
-int32_t errorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 std::vector<ustring> keyTexts(const Dictionary& d) {
   std::vector<ustring> out;

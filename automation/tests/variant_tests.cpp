@@ -1,17 +1,10 @@
 #include <gtest/gtest.h>
 
 #include "automation/object.h"
+#include "tests/support/errors.h"
 
 using namespace lumo;
-
-static int32_t errorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
-}
+using lumo::test::errorOf;
 
 TEST(Variant, ConvertsAsTheLanguageDoes) {
   EXPECT_EQ(Variant(u"123").toI2(), 123);

@@ -24,12 +24,18 @@
 #include <string>
 #include <vector>
 
-#include "tests/win_support.h"
+#include "tests/support/win/late.h"
+#include "tests/support/win/pump.h"
+#include "tests/support/win/server_dll.h"
+#include "tests/support/win/text.h"
+#include "tests/support/win/windows.h"
 
 namespace {
 
-using lumo::winsupport::drain;
-using lumo::winsupport::nowMs;
+using lumo::test::drain;
+using lumo::test::Late;
+using lumo::test::nowMs;
+using lumo::test::V;
 
 // ---- failing -----------------------------------------------------------------------
 
@@ -42,37 +48,9 @@ void check(HRESULT hr, const char* what) {
   if (FAILED(hr)) fail(what, hr);
 }
 
-// "/a/b" (the build's path) as Wine's DOS path "Z:\a\b".
-std::wstring windowsPath(const char* path) {
-  std::wstring p;
-  for (const char* c = path; *c; ++c) p += static_cast<wchar_t>(static_cast<unsigned char>(*c));
-  if (!p.empty() && p[0] == L'/') {
-    std::replace(p.begin(), p.end(), L'/', L'\\');
-    p = L"Z:" + p;
-  }
-  return p;
-}
-
-// Handles every queued message and paints whatever is invalid, until a pass finds
-// nothing left: the window then shows what it was asked to show.
+// Every message handled and everything painted; a window that never settles ends the run.
 void untilPainted(HWND top) {
-  for (int pass = 0; pass < 10000; ++pass) {
-    bool busy = false;
-    MSG msg;
-    while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
-      TranslateMessage(&msg);
-      DispatchMessageW(&msg);
-      busy = true;
-    }
-    RECT r;
-    if (GetUpdateRect(top, &r, FALSE)) busy = true;
-    // Paints the window and every child with an invalid region, now.
-    RedrawWindow(top, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
-    GdiFlush();
-    if (HIWORD(GetQueueStatus(QS_ALLINPUT & ~QS_TIMER)) != 0) busy = true;
-    if (!busy) return;
-  }
-  fail("the window never settled");
+  if (!lumo::test::untilPainted(top)) fail("the window never settled");
 }
 
 // The End key pressed on a list of n rows, until the window is painted; the last
@@ -139,77 +117,12 @@ class Rows {
 
 // ---- the builder, late-bound ------------------------------------------------------------
 
-class Late {
- public:
-  explicit Late(IDispatch* d) : d_(d) {}
-  DISPID id(const wchar_t* name) const {
-    DISPID id = DISPID_UNKNOWN;
-    LPOLESTR n = const_cast<LPOLESTR>(name);
-    check(d_->GetIDsOfNames(IID_NULL, &n, 1, LOCALE_USER_DEFAULT, &id), "GetIDsOfNames");
-    return id;
-  }
-  // Arguments in natural order.
-  HRESULT invoke(DISPID id, WORD flags, std::vector<VARIANT> args, VARIANT* result = nullptr) const {
-    std::reverse(args.begin(), args.end());
-    DISPPARAMS dp{};
-    dp.rgvarg = args.empty() ? nullptr : args.data();
-    dp.cArgs = static_cast<UINT>(args.size());
-    DISPID named = DISPID_PROPERTYPUT;
-    if (flags == DISPATCH_PROPERTYPUT) {
-      dp.rgdispidNamedArgs = &named;
-      dp.cNamedArgs = 1;
-    }
-    EXCEPINFO ex{};
-    UINT argErr = 0;
-    const HRESULT hr = d_->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &dp, result, &ex, &argErr);
-    SysFreeString(ex.bstrSource);
-    SysFreeString(ex.bstrDescription);
-    SysFreeString(ex.bstrHelpFile);
-    return hr;
-  }
-  void put(const wchar_t* name, VARIANT v) const {
-    check(invoke(id(name), DISPATCH_PROPERTYPUT, {v}), "property put");
-  }
-  long getLong(const wchar_t* name) const {
-    VARIANT r;
-    VariantInit(&r);
-    check(invoke(id(name), DISPATCH_PROPERTYGET, {}, &r), "property get");
-    check(VariantChangeType(&r, &r, 0, VT_I4), "property type");
-    return V_I4(&r);
-  }
-
- private:
-  IDispatch* d_;
-};
-
-VARIANT i4(long v) {
-  VARIANT r;
-  VariantInit(&r);
-  V_VT(&r) = VT_I4;
-  V_I4(&r) = v;
-  return r;
-}
-
-// A VT_BSTR that borrows s (the caller frees it).
-VARIANT text(BSTR s) {
-  VARIANT r;
-  VariantInit(&r);
-  V_VT(&r) = VT_BSTR;
-  V_BSTR(&r) = s;
-  return r;
-}
-
 class Server {
  public:
-  Server() {
-    const std::wstring path = windowsPath(LUMO_COM_DLL);
-    module_ = LoadLibraryW(path.c_str());
-    if (!module_) fail("cannot load LumoSmsManager.dll", static_cast<long>(GetLastError()));
-    getClassObject_ = reinterpret_cast<decltype(getClassObject_)>(
-        reinterpret_cast<void*>(GetProcAddress(module_, "DllGetClassObject")));
-    if (!getClassObject_) fail("DllGetClassObject missing");
-    clsid_ = coclass(path, L"clsDispBuilder");
-    check(getClassObject_(clsid_, IID_IClassFactory, reinterpret_cast<void**>(&factory_)), "class object");
+  Server() : dll_(LUMO_COM_DLL) {
+    if (!dll_.loaded()) fail("cannot load LumoSmsManager.dll", static_cast<long>(GetLastError()));
+    clsid_ = coclass(lumo::test::wide(lumo::test::windowsPath(LUMO_COM_DLL)), L"clsDispBuilder");
+    check(dll_.getClassObject(clsid_, IID_IClassFactory, reinterpret_cast<void**>(&factory_)), "class object");
   }
   ~Server() {
     if (factory_) factory_->Release();
@@ -251,8 +164,7 @@ class Server {
     return found;
   }
 
-  HMODULE module_ = nullptr;
-  HRESULT(STDAPICALLTYPE* getClassObject_)(REFCLSID, REFIID, LPVOID*) = nullptr;
+  lumo::test::ServerDll dll_;
   CLSID clsid_{};
   IClassFactory* factory_ = nullptr;
 };
@@ -263,8 +175,6 @@ struct Times {
 
 const wchar_t* const kTitles = L"姓名\t金额\t日期\t部门|";
 
-HWND findChild(HWND parent, const wchar_t* cls) { return FindWindowExW(parent, nullptr, cls, nullptr); }
-
 // One round of the real window: fill, show, End, close.
 Times windowRound(const Server& server, Rows& rows, int round) {
   const int n = rows.count();
@@ -272,23 +182,15 @@ Times windowRound(const Server& server, Rows& rows, int round) {
   IDispatch* builder = server.newBuilder();
   Late b(builder);
   const std::wstring caption = L"基准 " + std::to_wstring(n) + L" #" + std::to_wstring(round);
-  BSTR cap = SysAllocString(caption.c_str());
-  BSTR titles = SysAllocString(kTitles);
-  b.put(L"Caption", text(cap));
-  b.put(L"Titles", text(titles));
-  b.put(L"Cols", i4(4));
-  VARIANT col = i4(2), type = i4(2);  // the amounts: CTDouble
-  VARIANT colRef, typeRef;
-  VariantInit(&colRef);
-  VariantInit(&typeRef);
-  V_VT(&colRef) = VT_BYREF | VT_I4;
-  V_I4REF(&colRef) = &V_I4(&col);
-  V_VT(&typeRef) = VT_BYREF | VT_I4;
-  V_I4REF(&typeRef) = &V_I4(&type);
-  check(b.invoke(b.id(L"SetColType"), DISPATCH_METHOD, {colRef, typeRef}), "SetColType");
+  check(b.put(L"Caption", V(caption)).hr, "Caption");
+  check(b.put(L"Titles", V(kTitles)).hr, "Titles");
+  check(b.put(L"Cols", V(4)).hr, "Cols");
+  V col(2), type(2);  // the amounts: CTDouble
+  check(b.call(L"SetColType", {V::byRef(col), V::byRef(type)}).hr, "SetColType");
 
   // ---- fill: Add once per row, each row's string by reference ------------------------
-  const DISPID add = b.id(L"Add");
+  DISPID add = DISPID_UNKNOWN;
+  check(b.dispid(L"Add", &add), "Add");
   double start = nowMs();
   for (int i = 0; i < n; ++i) {
     VARIANT arg;
@@ -302,21 +204,25 @@ Times windowRound(const Server& server, Rows& rows, int round) {
   t.fill = nowMs() - start;
 
   // ---- show ----------------------------------------------------------------------------
-  const DISPID show = b.id(L"Show");
+  DISPID show = DISPID_UNKNOWN;
+  check(b.dispid(L"Show", &show), "Show");
+  std::vector<V> modeless{V(0)};
   start = nowMs();
-  check(b.invoke(show, DISPATCH_METHOD, {i4(0)}), "Show");
+  check(b.invoke(show, DISPATCH_METHOD, modeless).hr, "Show");
   HWND w = FindWindowW(L"LumoDisplayer", caption.c_str());
   if (!w) fail("the window did not appear");
   untilPainted(w);
   t.show = nowMs() - start;
-  HWND list = findChild(w, WC_LISTVIEWW);
+  HWND list = lumo::test::childOfClass(w, WC_LISTVIEWW);
   if (!list || ListView_GetItemCount(list) != n) fail("the list does not hold every row");
   if (ListView_GetTopIndex(list) != 0) fail("the list does not start at its first row");
 
   // ---- scroll to the last row ------------------------------------------------------------
   t.scroll = endKey(list, w, n, "the last row is not on screen");
   if (ListView_GetNextItem(list, -1, LVNI_FOCUSED) != n - 1) fail("the last row is not the focused one");
-  if (b.getLong(L"Row") != n) fail("the builder's Row is not the last row");
+  V row = b.get(L"Row").result;
+  check(VariantChangeType(row.get(), row.get(), 0, VT_I4), "Row");
+  if (V_I4(row.get()) != n) fail("the builder's Row is not the last row");
   wchar_t buf[64] = {};
   ListView_GetItemText(list, n - 1, 4, buf, 64);
   if (cell(rows.at(n - 1), 3) != buf) fail("the last row shows the wrong text");
@@ -324,8 +230,6 @@ Times windowRound(const Server& server, Rows& rows, int round) {
   SendMessageW(w, WM_CLOSE, 0, 0);
   drain();
   builder->Release();
-  SysFreeString(cap);
-  SysFreeString(titles);
   return t;
 }
 
@@ -343,7 +247,7 @@ LRESULT CALLBACK rawProc(HWND h, UINT msg, WPARAM wp, LPARAM lp) {
     SetWindowLongPtrW(h, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
   }
   if (msg == WM_SIZE) {
-    if (HWND list = findChild(h, WC_LISTVIEWW)) MoveWindow(list, 0, 0, LOWORD(lp), HIWORD(lp), TRUE);
+    if (HWND list = lumo::test::childOfClass(h, WC_LISTVIEWW)) MoveWindow(list, 0, 0, LOWORD(lp), HIWORD(lp), TRUE);
     return 0;
   }
   if (msg == WM_NOTIFY && self) {

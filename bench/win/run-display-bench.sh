@@ -6,15 +6,8 @@
 # prints the table on standard output.
 #   LUMO_BENCH_BUILD  the Windows build tree (default build/win64)
 set -euo pipefail
-root="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)"
-build="${LUMO_BENCH_BUILD:-$root/build/win64}"
-export WINEPREFIX="${WINEPREFIX:-$root/build/bench-wineprefix}"
-
-# Configured every time: a tree made before the benchmarks existed learns of them.
-cmake -S "$root" -B "$build" -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-x86_64.cmake" >/dev/null
-cmake --build "$build" -j2 --target display_window_bench >/dev/null
-
-. "$root/scripts/wine-env"   # creates the prefix on first use
+. "$(dirname "${BASH_SOURCE[0]}")/bench.sh"
+lumo_bench_build display_window_bench
 # A display of its own: another program's windows on a shared one would be timed too.
 unset DISPLAY
 exec "$root/scripts/with-xvfb" "$root/scripts/wine-run" "$build/bench/win/display_window_bench.exe" "$@"

@@ -7,9 +7,7 @@
 # registers the add-in and the development host in it) and prints the table.
 #   LUMO_BENCH_BUILD  the Windows build tree (default build/win64)
 set -euo pipefail
-root="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)"
-build="${LUMO_BENCH_BUILD:-$root/build/win64}"
-export WINEPREFIX="${WINEPREFIX:-$root/build/bench-wineprefix}"
+. "$(dirname "${BASH_SOURCE[0]}")/bench.sh"
 rounds=3
 employees=100000
 while [ $# -gt 0 ]; do
@@ -20,9 +18,7 @@ while [ $# -gt 0 ]; do
   esac
 done
 
-# Configured every time: a tree made before the benchmarks existed learns of them.
-cmake -S "$root" -B "$build" -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-x86_64.cmake" >/dev/null
-cmake --build "$build" -j2 --target send_window_bench >/dev/null
+lumo_bench_build send_window_bench
 
 dbgen="$build/devhost/db/build-machine/lumo-dbgen"
 out="$build/bench/win"
@@ -30,6 +26,5 @@ out="$build/bench/win"
 "$dbgen" --out "$out/send-half.db" --size "$((employees / 2))-employees"
 "$dbgen" --out "$out/send-full.db" --size "${employees}-employees"
 
-. "$root/scripts/wine-env"   # creates the prefix on first use
 exec "$root/scripts/with-xvfb" "$root/scripts/wine-run" "$out/send_window_bench.exe" \
   --half "$out/send-half.db" --full "$out/send-full.db" --rounds "$rounds"

@@ -8,23 +8,19 @@
 # of the run's time. Prints the figures; exits 1 when anything is left behind.
 #   LUMO_BENCH_BUILD  the Windows build tree (default build/win64)
 set -euo pipefail
-root="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)"
-build="${LUMO_BENCH_BUILD:-$root/build/win64}"
-export WINEPREFIX="${WINEPREFIX:-$root/build/soak-wineprefix}"
-
-# Configured every time: a tree made before the soak existed learns of it.
-cmake -S "$root" -B "$build" -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-x86_64.cmake" >/dev/null
-cmake --build "$build" -j2 --target window_soak lumo_dbgen_build >/dev/null
+export WINEPREFIX="${WINEPREFIX:-$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)/build/soak-wineprefix}"
+. "$(dirname "${BASH_SOURCE[0]}")/bench.sh"
+lumo_bench_build window_soak
+cmake --build "$build" -j2 --target lumo_dbgen_build >/dev/null
 
 out="$build/bench/win"
 "$build/devhost/db/build-machine/lumo-dbgen" --quiet --out "$out/soak.db" \
   --resources "$root/devhost/data/resources.tsv"
 export LUMO_DEVHOST_DB="$out/soak.db"
 
-. "$root/scripts/wine-env"   # creates the prefix on first use
 "$LUMO_WINE" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1
 # The prefix's processes end here: started without a display, they would keep
 # the windows of the run off the one below.
-/usr/lib/wine/wineserver64 -w 2>/dev/null || true
+lumo_wine_wait
 unset DISPLAY
 exec "$root/scripts/with-xvfb" "$root/scripts/wine-run" "$out/window_soak.exe" "$@"

@@ -50,28 +50,30 @@
 #include <vector>
 
 #include "automation/win/bridge.h"
+#include "devhost/components/hostdb.h"
 #include "devhost/components/odbc.h"
 #include "devhost/components/sql_dialect.h"
 #include "sms/win/windows.h"
 #include "tests/sms/send_windows.h"
-#include "tests/win_support.h"
+#include "tests/support/win/boxes.h"
+#include "tests/support/win/pump.h"
+#include "tests/support/win/server_dll.h"
 #include "win32/controls.h"
 
 namespace {
 
 using namespace lumo;
 using namespace lumo::win32::send_sms;
+using lumo::test::drain;
+using lumo::test::itemChecked;
+using lumo::test::itemText;
+using lumo::test::nowMs;
+using lumo::test::sendWindows;
+using lumo::win::wz;
 using lumo::win32::windowText;
-using lumo::winsupport::drain;
-using lumo::winsupport::itemChecked;
-using lumo::winsupport::itemText;
-using lumo::winsupport::nowMs;
-using lumo::winsupport::sendWindows;
 namespace odbc = lumo::devhost::odbc;
 
 // ---- small helpers ----------------------------------------------------------------------
-
-const wchar_t* wz(const ustring& s) { return reinterpret_cast<const wchar_t*>(s.c_str()); }
 
 [[noreturn]] void fail(const std::string& what) {
   std::fprintf(stderr, "send_window_bench: %s\n", what.c_str());
@@ -83,25 +85,8 @@ void check(bool ok, const std::string& what) {
   if (!ok) fail(what);
 }
 
-// Waiting messages run, then whatever is left to paint is painted now.
-void settle(HWND w) {
-  drain();
-  RedrawWindow(w, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
-  GdiFlush();
-  drain();
-}
-
-ustring windowsPath(const char* unixPath) {
-  ustring p = u"Z:" + fromUtf8(unixPath);
-  for (auto& c : p)
-    if (c == u'/') c = u'\\';
-  return p;
-}
-
-template <class F>
-F exported(HMODULE m, const char* name) {
-  return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(m, name)));
-}
+// Waiting messages run and whatever is left to paint is painted, until nothing is left.
+void settle(HWND w) { check(lumo::test::untilPainted(w), "the window never settled"); }
 
 // ---- the directory as the database holds it ------------------------------------------------
 
@@ -309,9 +294,9 @@ LRESULT CALLBACK boxHook(int code, WPARAM wParam, LPARAM lParam) {
     if (dialog) g_box->created = nowMs();
   } else if (g_box && code == HCBT_ACTIVATE) {
     HWND box = reinterpret_cast<HWND>(wParam);
-    if (HWND text = GetDlgItem(box, 0xFFFF)) {
-      g_box->text = windowText(text);
-      PostMessageW(box, WM_COMMAND, IDOK, 0);
+    if (GetDlgItem(box, 0xFFFF)) {  // the message text: a message box, not the window
+      g_box->text = lumo::test::messageText(box);
+      lumo::test::pressButton(box);
     }
   }
   return CallNextHookEx(g_box ? g_box->hook : nullptr, code, wParam, lParam);
@@ -380,7 +365,7 @@ class SizeRun {
   Figures run() {
     const ustring path = fromUtf8(path_);
     SetEnvironmentVariableW(L"LUMO_DEVHOST_DB", wz(path));
-    db_ = std::make_unique<odbc::Connection>(u"Driver=SQLite3;Database=" + path);
+    db_ = std::make_unique<odbc::Connection>(devhost::connectStringFor(path));
     db_->execute(u"DELETE FROM dh_Switch");
     const ustring user = db_->scalar(
                                 u"SELECT u.FName FROM t_User u JOIN t_Emp e ON u.FEmpID=e.FItemID JOIN t_Item i ON "
@@ -776,14 +761,9 @@ int main(int argc, char** argv) {
   INITCOMMONCONTROLSEX icc{sizeof icc, ICC_TREEVIEW_CLASSES | ICC_TAB_CLASSES | ICC_STANDARD_CLASSES};
   InitCommonControlsEx(&icc);
   registerPlainClass();
-  std::vector<HMODULE> modules;
-  for (const char* dll : {LUMO_DEVHOST_DLL, LUMO_SMS_DLL}) {
-    HMODULE m = LoadLibraryW(wz(windowsPath(dll)));
-    check(m != nullptr, std::string("cannot load ") + dll);
-    auto reg = exported<HRESULT(STDAPICALLTYPE*)()>(m, "DllRegisterServer");
-    check(reg && reg() == S_OK, std::string("cannot register ") + dll);
-    modules.push_back(m);
-  }
+  auto servers = std::make_unique<lumo::test::RegisteredServers>(
+      std::initializer_list<const char*>{LUMO_DEVHOST_DLL, LUMO_SMS_DLL});
+  check(servers->failure().empty(), servers->failure());
 
   Figures h, f;
   try {
@@ -839,8 +819,7 @@ int main(int argc, char** argv) {
   std::printf("  (a) %s\n  (b) %s\n  (c) %s\n  (d) %s\n", f.journalOpen.c_str(), f.journalSearch.c_str(),
               f.journalAdd.c_str(), f.journalNumbers.c_str());
 
-  for (HMODULE m : modules)
-    if (auto unreg = exported<HRESULT(STDAPICALLTYPE*)()>(m, "DllUnregisterServer")) unreg();
+  servers.reset();
   CoUninitialize();
   return 0;
 }

@@ -24,7 +24,9 @@
 #include "com/module.h"
 #include "com/typelib.h"
 #include "tests/sms/send_windows.h"
-#include "tests/win_support.h"
+#include "tests/support/win/pump.h"
+#include "tests/support/win/server_dll.h"
+#include "tests/support/win/windows.h"
 #include "win32/controls.h"
 #include "win32/window.h"
 #include "display/win/windows.h"
@@ -32,8 +34,8 @@
 namespace {
 
 using lumo::ustring;
-using lumo::winsupport::drain;
-using lumo::winsupport::nowMs;
+using lumo::test::drain;
+using lumo::test::nowMs;
 namespace win32 = lumo::win32;
 
 [[noreturn]] void fail(const std::string& why) {
@@ -65,7 +67,7 @@ Itf* create(REFCLSID clsid, REFIID iid) {
   return object;
 }
 
-std::vector<HWND> listWindows() { return lumo::winsupport::threadWindowsOfClass(win32::displayer::kClass); }
+std::vector<HWND> listWindows() { return lumo::test::threadWindowsOfClass(win32::displayer::kClass); }
 
 struct Left {
   long objects, locks, bridges, windows, handles[win32::kHandleKinds];
@@ -78,7 +80,7 @@ Left left() {
   l.locks = lumo::com::serverLocks();
   l.bridges = lumo::win::liveObjects();
   for (int k = 0; k < win32::kHandleKinds; ++k) l.handles[k] = win32::liveHandles(static_cast<win32::Handle>(k));
-  l.windows = static_cast<long>(lumo::winsupport::sendWindows().size() + listWindows().size());
+  l.windows = static_cast<long>(lumo::test::sendWindows().size() + listWindows().size());
   l.gdi = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
   l.user = GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS);
   return l;
@@ -106,10 +108,10 @@ void sendWindowCycle() {
   }
   manager->Release();
   std::vector<HWND> open;
-  if (!pumpUntil([&] { return !(open = lumo::winsupport::sendWindows()).empty(); })) fail("no send window");
+  if (!pumpUntil([&] { return !(open = lumo::test::sendWindows()).empty(); })) fail("no send window");
   if (g_recordOpen) g_sendOpen = left();
   for (HWND w : open) PostMessageW(w, WM_CLOSE, 0, 0);
-  if (!pumpUntil([] { return lumo::winsupport::sendWindows().empty(); })) fail("the send window did not close");
+  if (!pumpUntil([] { return lumo::test::sendWindows().empty(); })) fail("the send window did not close");
 }
 
 // One cycle of the list window: filled through the builder, shown modeless, the
@@ -157,11 +159,8 @@ int main(int argc, char** argv) {
   // This program is the module: its resources hold the type library.
   lumo::com::setModuleHandle(GetModuleHandleW(nullptr));
   lumo::com::installPlatform();
-  HMODULE devhost = LoadLibraryW(L"LumoDevHost.dll");
-  if (!devhost) fail("cannot load LumoDevHost.dll beside the program");
-  using Register = HRESULT(STDAPICALLTYPE*)();
-  auto reg = reinterpret_cast<Register>(reinterpret_cast<void*>(GetProcAddress(devhost, "DllRegisterServer")));
-  if (!reg || reg() != S_OK) fail("cannot register the development host");
+  const lumo::test::RegisteredServers host({LUMO_DEVHOST_DLL});
+  if (!host.failure().empty()) fail(host.failure());
   try {
     lumo::win::createByProgId(u"PropsMgr.ShareProps")->call(u"SignIn", {ustring(u"王建国"), ustring(u"chs")});
   } catch (const lumo::Error& e) {
@@ -208,8 +207,6 @@ int main(int argc, char** argv) {
   std::printf("  DllCanUnloadNow        %s\n", unload == S_OK ? "S_OK (the module can unload)" : "S_FALSE");
   clean = clean && unload == S_OK;
 
-  auto unreg = reinterpret_cast<Register>(reinterpret_cast<void*>(GetProcAddress(devhost, "DllUnregisterServer")));
-  if (unreg) unreg();
   CoUninitialize();
   std::printf("%s\n", clean ? "nothing left behind" : "LEFT BEHIND: see above");
   return clean ? 0 : 1;

@@ -15,18 +15,9 @@
 #include "devhost/components/components.h"
 #include "devhost/components/hostdb.h"
 #include "devhost/tests/support.h"
+#include "tests/support/errors.h"
 
 namespace lumo::devhost::test {
-
-inline int32_t errorOf(const std::function<void()>& f, ustring* description = nullptr) {
-  try {
-    f();
-  } catch (const Error& e) {
-    if (description) *description = e.description();
-    return e.number();
-  }
-  return 0;
-}
 
 class DevHost : public ::testing::Test {
  protected:

@@ -13,8 +13,8 @@ namespace lumo::devhost {
 namespace {
 
 using test::DevHost;
-using test::errorOf;
-using test::u8;
+using lumo::test::errorOf;
+using lumo::test::u8;
 
 // The SQL the add-in's recipient trees send, byte for byte.
 const ustring kDepartments =

@@ -19,8 +19,8 @@
 namespace lumo::devhost {
 namespace {
 
-using test::errorOf;
-using test::u8;
+using lumo::test::errorOf;
+using lumo::test::u8;
 
 // What the sqlite3 shell, another process, prints for a query, without the line end.
 std::string shell(const std::string& path, const std::string& sql) {

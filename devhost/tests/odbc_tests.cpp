@@ -8,7 +8,7 @@
 namespace lumo::devhost {
 namespace {
 
-using test::u8;
+using lumo::test::u8;
 
 TEST(OdbcValues, IntegerColumnsGive32BitIntegersAndWiderValuesDoubles) {
   EXPECT_EQ(odbc::valueFromText(SQL_INTEGER, u"42"), Variant(int32_t(42)));

@@ -6,24 +6,18 @@
 
 #include "devhost/components/recordset.h"
 #include "devhost/tests/support.h"
+#include "tests/support/errors.h"
 
 namespace lumo::devhost {
 namespace {
+
+using lumo::test::errorOf;
 
 ObjectPtr twoRows() {
   odbc::Result r;
   r.columns = {{u"FItemID", SQL_INTEGER}, {u"FName", SQL_VARCHAR}, {u"FMobilePhone", SQL_VARCHAR}};
   r.rows = {{int32_t(1), ustring(u"张伟"), Variant::null()}, {int32_t(2), ustring(u"刘芳"), ustring(u"13801020004")}};
   return std::make_shared<RecordsetObject>(std::move(r));
-}
-
-int32_t errorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
 }
 
 Variant value(const ObjectPtr& rs, const Variant& field) {

@@ -15,8 +15,8 @@ namespace lumo::devhost {
 namespace {
 
 using test::DevHost;
-using test::errorOf;
-using test::u8;
+using lumo::test::errorOf;
+using lumo::test::u8;
 
 // An ordered name-to-value object with the members of a scripting dictionary that
 // a reader uses. Like a scripting dictionary, reading Item of an absent key adds

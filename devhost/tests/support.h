@@ -12,12 +12,9 @@
 #include <string>
 
 #include "automation/object.h"
+#include "devhost/components/hostdb.h"
 #include "devhost/components/odbc.h"
-
-namespace lumo {
-// Readable values in test failures.
-inline void PrintTo(const Variant& v, std::ostream* os) { *os << toUtf8(v.describe()); }
-}  // namespace lumo
+#include "tests/support/text.h"
 
 namespace lumo::devhost::test {
 
@@ -61,11 +58,8 @@ inline std::string freshDemoDb() {
 }
 
 inline std::unique_ptr<odbc::Connection> openDb(const std::string& path) {
-  return std::make_unique<odbc::Connection>(u"Driver=SQLite3;Database=" + fromUtf8(path));
+  return std::make_unique<odbc::Connection>(connectStringFor(fromUtf8(path)));
 }
-
-inline std::string u8(const ustring& s) { return toUtf8(s); }
-inline std::string u8(const Variant& v) { return toUtf8(v.describe()); }
 
 // What the sqlite3 shell, another process, prints for FILE and its arguments
 // (each argument passed in double quotes).

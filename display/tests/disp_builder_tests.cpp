@@ -38,7 +38,7 @@ TEST_F(DispBuilderTest, ReleasingTheBuilderReleasesItsWindow) {
 TEST_F(DispBuilderTest, WithoutAListWindowTheBuilderCannotBeCreated) {
   FakeWindowFactory empty;
   empty.none = true;
-  EXPECT_EQ(errorNumberOf([&] { DispBuilder none(empty); }), 429);
+  EXPECT_EQ(errorOf([&] { DispBuilder none(empty); }), 429);
 }
 
 TEST_F(DispBuilderTest, EachBuilderGetsANewWindowFromItsFactory) {
@@ -72,7 +72,7 @@ TEST_F(DispBuilderTest, EachRowIsKeyedByTheNewCountAndTheListGetsCountPlusOneLin
 TEST_F(DispBuilderTest, ATakenKeyFailsAfterTheCountMoved) {
   const ustring one = u"1";
   b.window().rowSets()->add(Variant(u"placed by hand"), &one);
-  EXPECT_EQ(errorNumberOf([&] { b.add(u"x"); }), 457);
+  EXPECT_EQ(errorOf([&] { b.add(u"x"); }), 457);
   EXPECT_EQ(b.rowCount(), 1);
   EXPECT_EQ(b.window().list().rowCount(), 2);
 }
@@ -151,7 +151,7 @@ TEST_F(DispBuilderTest, SetColWidthOnlyWithinTheColumns) {
 }
 
 TEST_F(DispBuilderTest, ANegativeColumnCountIsRefused) {
-  EXPECT_EQ(errorNumberOf([&] { b.setCols(-1); }), 5);
+  EXPECT_EQ(errorOf([&] { b.setCols(-1); }), 5);
   EXPECT_EQ(b.cols(), 1);
 }
 
@@ -199,7 +199,7 @@ TEST_F(DispBuilderTest, ShowIsModelessUnlessModeIsOne) {
 
 TEST_F(DispBuilderTest, AWindowStateBeyondSixteenBitsOverflows) {
   b.add(u"row");
-  EXPECT_EQ(errorNumberOf([&] { b.show(Variant(int32_t(1)), Variant(int32_t(70000))); }), 6);
+  EXPECT_EQ(errorOf([&] { b.show(Variant(int32_t(1)), Variant(int32_t(70000))); }), 6);
   EXPECT_EQ(view.shows, 0);
 }
 

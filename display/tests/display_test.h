@@ -13,6 +13,7 @@
 
 #include "code_page.h"
 #include "display/text_file.h"
+#include "tests/support/errors.h"
 
 #ifndef _WIN32
 #include <csignal>
@@ -22,6 +23,7 @@
 namespace lumo::display::test {
 
 namespace fs = std::filesystem;
+using lumo::test::errorOf;
 
 // A folder that exists for one test and goes with everything in it.
 class TempDir {
@@ -66,17 +68,6 @@ inline void writeBytes(const fs::path& p, const std::string& bytes) {
 inline void makeReadOnly(const fs::path& p) {
   fs::permissions(p, fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write,
                   fs::perm_options::remove);
-}
-
-// Runs f and returns the number of the lumo::Error it raises (0 when none).
-template <class F>
-int32_t errorNumberOf(F&& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
 }
 
 // A sink that takes 'limit' bytes and then refuses, as a full disk does.

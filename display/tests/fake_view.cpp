@@ -2,10 +2,12 @@
 
 #include <stdexcept>
 
+#include "tests/support/text.h"
+
 namespace lumo::display::test {
 
 namespace {
-std::string u8(const ustring& s) { return toUtf8(s); }
+using lumo::test::u8;
 std::string num(long long v) { return std::to_string(v); }
 }  // namespace
 

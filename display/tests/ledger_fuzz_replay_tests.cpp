@@ -8,13 +8,11 @@
 #include <vector>
 
 #include "ledger_fuzz_entry.h"
+#include "tests/support/fuzz_replay.h"
 
 namespace {
 
-struct Seed {
-  const char* name;
-  std::vector<uint8_t> bytes;
-};
+using lumo::test::Seed;
 
 const std::vector<Seed>& seeds() {
   static const std::vector<Seed> all = {
@@ -60,18 +58,7 @@ TEST(LedgerFuzzReplay, EveryBufferSizeKeepsTheInvariantsOfEachSeed) {
 }
 
 TEST(LedgerFuzzReplay, RandomLedgersKeepTheirInvariants) {
-  std::mt19937 rng(5150u);
-  int failures = 0;
-  for (int i = 0; i < 3000 && failures < 5; ++i) {
-    const auto input = randomLedger(rng);
-    const std::string r = lumo::display::fuzz::ledgerReaderEntry(input.data(), input.size());
-    if (!r.empty()) {
-      ++failures;
-      std::string hex;
-      for (uint8_t b : input) hex += "0123456789abcdef"[b >> 4], hex += "0123456789abcdef"[b & 15];
-      ADD_FAILURE() << r << " input " << hex;
-    }
-  }
+  lumo::test::replayRandomInputs(lumo::display::fuzz::ledgerReaderEntry, randomLedger, 5150u);
 }
 
 TEST(LedgerFuzzReplay, EmptyInputIsHandled) { EXPECT_EQ(lumo::display::fuzz::ledgerReaderEntry(nullptr, 0), ""); }

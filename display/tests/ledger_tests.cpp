@@ -195,14 +195,14 @@ TEST_F(LedgerTest, AFileWithCrOnlyLineEndsOpens) {
 }
 
 TEST_F(LedgerTest, OpeningAMissingFileRaisesToTheCaller) {
-  EXPECT_EQ(errorNumberOf([&] { openLedger(path("missing.ldg")); }), 53);
+  EXPECT_EQ(errorOf([&] { openLedger(path("missing.ldg")); }), 53);
 }
 
 TEST_F(LedgerTest, SavingOverAReadOnlyFileRaisesAndLeavesIt) {
   writeBytes(file("ro.ldg"), "old\r\n");
   makeReadOnly(file("ro.ldg"));
   const ListModel list = listOf({{u"A", 0}}, {u"1"});
-  EXPECT_EQ(errorNumberOf([&] { saveLedger(path("ro.ldg"), list); }), 70);
+  EXPECT_EQ(errorOf([&] { saveLedger(path("ro.ldg"), list); }), 70);
   EXPECT_EQ(readBytes(file("ro.ldg")), "old\r\n");
 }
 

@@ -106,7 +106,7 @@ TEST_F(SaveFileTest, EachLineIsConvertedOnceAsAWhole) {
 TEST_F(SaveFileTest, OpeningAMissingFileRaisesFileNotFoundToTheCaller) {
   SaveFile f;
   f.setAction(action::OpenFile);
-  EXPECT_EQ(errorNumberOf([&] { f.setFileName(path("missing.ldg")); }), 53);
+  EXPECT_EQ(errorOf([&] { f.setFileName(path("missing.ldg")); }), 53);
   // The name is kept; nothing can be read.
   EXPECT_EQ(f.fileName(), path("missing.ldg"));
   EXPECT_EQ(f.readFirstLine(), u"");
@@ -116,16 +116,16 @@ TEST_F(SaveFileTest, OpeningAMissingFileRaisesFileNotFoundToTheCaller) {
 TEST_F(SaveFileTest, OpeningInAMissingFolderRaisesPathNotFound) {
   SaveFile f;
   f.setAction(action::OpenFile);
-  EXPECT_EQ(errorNumberOf([&] { f.setFileName(path("no/such.ldg")); }), 76);
+  EXPECT_EQ(errorOf([&] { f.setFileName(path("no/such.ldg")); }), 76);
   f.setAction(action::SaveFile);
-  EXPECT_EQ(errorNumberOf([&] { f.setFileName(path("no/such.ldg")); }), 76);
+  EXPECT_EQ(errorOf([&] { f.setFileName(path("no/such.ldg")); }), 76);
 }
 
 TEST_F(SaveFileTest, OpeningAFolderRaisesPermissionDenied) {
   fs::create_directory(file("dir"));
   SaveFile f;
   f.setAction(action::OpenFile);
-  EXPECT_EQ(errorNumberOf([&] { f.setFileName(path("dir")); }), 70);
+  EXPECT_EQ(errorOf([&] { f.setFileName(path("dir")); }), 70);
 }
 
 TEST_F(SaveFileTest, AnActionOtherThanSaveOpensForReading) {
@@ -138,7 +138,7 @@ TEST_F(SaveFileTest, AnActionOtherThanSaveOpensForReading) {
   EXPECT_EQ(readBytes(file("r.txt")), "line\r\n");
   SaveFile g;
   g.setAction(7);
-  EXPECT_EQ(errorNumberOf([&] { g.setFileName(path("absent.txt")); }), 53);
+  EXPECT_EQ(errorOf([&] { g.setFileName(path("absent.txt")); }), 53);
   EXPECT_FALSE(fs::exists(file("absent.txt")));
 }
 
@@ -147,8 +147,8 @@ TEST_F(SaveFileTest, AReadOnlyTargetRaisesAndKeepsItsContent) {
   makeReadOnly(file("ro.ldg"));
   SaveFile f;
   f.setAction(action::SaveFile);
-  EXPECT_EQ(errorNumberOf([&] { f.setFileName(path("ro.ldg")); }), 70);
-  EXPECT_EQ(errorNumberOf([&] { f.writeTo(u"x"); }), 91);
+  EXPECT_EQ(errorOf([&] { f.setFileName(path("ro.ldg")); }), 70);
+  EXPECT_EQ(errorOf([&] { f.writeTo(u"x"); }), 91);
   EXPECT_EQ(readBytes(file("ro.ldg")), "precious\r\n");
 }
 
@@ -163,10 +163,10 @@ TEST_F(SaveFileTest, ATargetHeldOpenWithoutSharingRaisesPermissionDeniedAndKeeps
   ASSERT_TRUE(WriteFile(held, "precious\r\n", 10, &written, nullptr));
   SaveFile f;
   f.setAction(action::SaveFile);
-  EXPECT_EQ(errorNumberOf([&] { f.setFileName(path("held.ldg")); }), 70);
-  EXPECT_EQ(errorNumberOf([&] { f.writeTo(u"x"); }), 91);
+  EXPECT_EQ(errorOf([&] { f.setFileName(path("held.ldg")); }), 70);
+  EXPECT_EQ(errorOf([&] { f.writeTo(u"x"); }), 91);
   const ListModel list;
-  EXPECT_EQ(errorNumberOf([&] { saveLedger(path("held.ldg"), list); }), 70) << "the window's save path too";
+  EXPECT_EQ(errorOf([&] { saveLedger(path("held.ldg"), list); }), 70) << "the window's save path too";
   CloseHandle(held);
   EXPECT_EQ(readBytes(file("held.ldg")), "precious\r\n");
 }
@@ -177,10 +177,10 @@ TEST_F(SaveFileTest, WriteErrorsRaiseDeviceIoErrorAndNothingCountsAsWritten) {
   SaveFile f;
   f.attachWriter(std::make_unique<FailingSink>(out, 100), 64);
   int32_t number = 0;
-  for (int i = 0; i < 50 && number == 0; ++i) number = errorNumberOf([&] { f.writeTo(u"0123456789"); });
+  for (int i = 0; i < 50 && number == 0; ++i) number = errorOf([&] { f.writeTo(u"0123456789"); });
   EXPECT_EQ(number, 57);
-  EXPECT_EQ(errorNumberOf([&] { f.writeTo(u"after"); }), 57);
-  EXPECT_EQ(errorNumberOf([&] { f.close(); }), 57);
+  EXPECT_EQ(errorOf([&] { f.writeTo(u"after"); }), 57);
+  EXPECT_EQ(errorOf([&] { f.close(); }), 57);
 }
 
 TEST_F(SaveFileTest, CloseRaisesWhenTheBufferedLinesCannotBeWritten) {
@@ -188,7 +188,7 @@ TEST_F(SaveFileTest, CloseRaisesWhenTheBufferedLinesCannotBeWritten) {
   SaveFile f;
   f.attachWriter(std::make_unique<FailingSink>(out, 5));
   f.writeTo(u"a line that waits in the buffer");
-  EXPECT_EQ(errorNumberOf([&] { f.close(); }), 57);
+  EXPECT_EQ(errorOf([&] { f.close(); }), 57);
 }
 
 #ifdef LUMO_HAVE_FILE_SIZE_LIMIT
@@ -198,19 +198,19 @@ TEST_F(SaveFileTest, AFileTheSystemCannotHoldIsNeverReportedAsWritten) {
   f.setAction(action::SaveFile);
   f.setFileName(path("full.txt"));
   int32_t number = 0;
-  for (int i = 0; i < 20000 && number == 0; ++i) number = errorNumberOf([&] { f.writeTo(u"0123456789abcdef"); });
-  if (number == 0) number = errorNumberOf([&] { f.close(); });
+  for (int i = 0; i < 20000 && number == 0; ++i) number = errorOf([&] { f.writeTo(u"0123456789abcdef"); });
+  if (number == 0) number = errorOf([&] { f.close(); });
   EXPECT_EQ(number, 57);
 }
 #endif
 
 TEST_F(SaveFileTest, WriteToWithoutAStreamOrOnAReadingStreamRaises) {
   SaveFile f;
-  EXPECT_EQ(errorNumberOf([&] { f.writeTo(u"x"); }), 91);
+  EXPECT_EQ(errorOf([&] { f.writeTo(u"x"); }), 91);
   writeBytes(file("r.txt"), "x");
   f.setAction(action::OpenFile);
   f.setFileName(path("r.txt"));
-  EXPECT_EQ(errorNumberOf([&] { f.writeTo(u"x"); }), 54);
+  EXPECT_EQ(errorOf([&] { f.writeTo(u"x"); }), 54);
 }
 
 TEST_F(SaveFileTest, ReadFirstLineOfAnEmptyFileIsEmpty) {
@@ -420,7 +420,7 @@ TEST_F(SaveFileTest, ClosingTwiceOrWithoutAStreamIsHarmless) {
   f.setFileName(path("c.txt"));
   f.close();
   f.close();
-  EXPECT_EQ(errorNumberOf([&] { f.writeTo(u"late"); }), 91);
+  EXPECT_EQ(errorOf([&] { f.writeTo(u"late"); }), 91);
 }
 
 }  // namespace

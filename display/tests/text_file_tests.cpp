@@ -54,7 +54,7 @@ TEST(LineReader, AnEmptySourceIsAtTheEndOfStreamAndOfLine) {
   EXPECT_TRUE(r.atEndOfStream());
   EXPECT_TRUE(r.atEndOfLine());
   std::string line;
-  EXPECT_EQ(errorNumberOf([&] { r.readLine(line); }), 62);
+  EXPECT_EQ(errorOf([&] { r.readLine(line); }), 62);
 }
 
 TEST(LineReader, AtEndOfLineBeforeEitherLineEndCharacter) {
@@ -112,7 +112,7 @@ TEST(LineReader, ASourceThatFailsRaises57) {
     std::size_t read(char*, std::size_t) override { throw fileError(fileerr::DeviceIoError); }
   };
   LineReader r(std::make_unique<Broken>());
-  EXPECT_EQ(errorNumberOf([&] { r.atEndOfLine(); }), 57);
+  EXPECT_EQ(errorOf([&] { r.atEndOfLine(); }), 57);
 }
 
 TEST(LineWriter, EveryLineEndsWithCrLf) {
@@ -140,17 +140,17 @@ TEST(LineWriter, AFailedWriteRaises57AndEveryLaterCallToo) {
   LineWriter w(std::make_unique<FailingSink>(out, 10), 8);
   int32_t failedAt = -1;
   for (int i = 0; i < 10 && failedAt < 0; ++i)
-    if (errorNumberOf([&] { w.writeLine("12345"); }) == 57) failedAt = i;
+    if (errorOf([&] { w.writeLine("12345"); }) == 57) failedAt = i;
   EXPECT_GE(failedAt, 0);
-  EXPECT_EQ(errorNumberOf([&] { w.writeLine("more"); }), 57);
-  EXPECT_EQ(errorNumberOf([&] { w.close(); }), 57);
+  EXPECT_EQ(errorOf([&] { w.writeLine("more"); }), 57);
+  EXPECT_EQ(errorOf([&] { w.close(); }), 57);
 }
 
 TEST(LineWriter, CloseRaises57WhenTheLastBytesCannotBeWritten) {
   auto out = std::make_shared<std::string>();
   LineWriter w(std::make_unique<FailingSink>(out, 3), 1024);
   w.writeLine("abcdef");  // still in the buffer
-  EXPECT_EQ(errorNumberOf([&] { w.close(); }), 57);
+  EXPECT_EQ(errorOf([&] { w.close(); }), 57);
 }
 
 TEST(LineWriter, DestroyingAnUnclosedWriterWritesItsBuffer) {
@@ -165,7 +165,7 @@ TEST(LineWriter, DestroyingAnUnclosedWriterWritesItsBuffer) {
 class FileLayer : public DisplayTest {};
 
 TEST_F(FileLayer, OpeningAMissingFileIsFileNotFound) {
-  EXPECT_EQ(errorNumberOf([&] { openFileForReading(path("missing.ldg")); }), 53);
+  EXPECT_EQ(errorOf([&] { openFileForReading(path("missing.ldg")); }), 53);
   try {
     openFileForReading(path("missing.ldg"));
   } catch (const Error& e) {
@@ -174,26 +174,26 @@ TEST_F(FileLayer, OpeningAMissingFileIsFileNotFound) {
 }
 
 TEST_F(FileLayer, OpeningInAMissingFolderIsPathNotFound) {
-  EXPECT_EQ(errorNumberOf([&] { openFileForReading(path("nowhere/missing.ldg")); }), 76);
-  EXPECT_EQ(errorNumberOf([&] { createFile(path("nowhere/new.ldg")); }), 76);
+  EXPECT_EQ(errorOf([&] { openFileForReading(path("nowhere/missing.ldg")); }), 76);
+  EXPECT_EQ(errorOf([&] { createFile(path("nowhere/new.ldg")); }), 76);
 }
 
 TEST_F(FileLayer, OpeningAFolderIsPermissionDenied) {
   fs::create_directory(file("sub"));
-  EXPECT_EQ(errorNumberOf([&] { openFileForReading(path("sub")); }), 70);
-  EXPECT_EQ(errorNumberOf([&] { createFile(path("sub")); }), 70);
+  EXPECT_EQ(errorOf([&] { openFileForReading(path("sub")); }), 70);
+  EXPECT_EQ(errorOf([&] { createFile(path("sub")); }), 70);
 }
 
 TEST_F(FileLayer, AnEmptyNameIsABadFileName) {
-  EXPECT_EQ(errorNumberOf([&] { openFileForReading(u""); }), 52);
-  EXPECT_EQ(errorNumberOf([&] { createFile(u""); }), 52);
+  EXPECT_EQ(errorOf([&] { openFileForReading(u""); }), 52);
+  EXPECT_EQ(errorOf([&] { createFile(u""); }), 52);
 }
 
 TEST_F(FileLayer, AReadOnlyFileIsNeitherOverwrittenNorDeleted) {
   writeBytes(file("ro.ldg"), "keep");
   makeReadOnly(file("ro.ldg"));
-  EXPECT_EQ(errorNumberOf([&] { createFile(path("ro.ldg")); }), 70);
-  EXPECT_EQ(errorNumberOf([&] { deleteFile(path("ro.ldg")); }), 70);
+  EXPECT_EQ(errorOf([&] { createFile(path("ro.ldg")); }), 70);
+  EXPECT_EQ(errorOf([&] { deleteFile(path("ro.ldg")); }), 70);
   EXPECT_EQ(readBytes(file("ro.ldg")), "keep");
   // Reading it is fine.
   LineReader r(openFileForReading(path("ro.ldg")));
@@ -203,8 +203,8 @@ TEST_F(FileLayer, AReadOnlyFileIsNeitherOverwrittenNorDeleted) {
 }
 
 TEST_F(FileLayer, DeletingAMissingFileIsFileNotFound) {
-  EXPECT_EQ(errorNumberOf([&] { deleteFile(path("gone.txt")); }), 53);
-  EXPECT_EQ(errorNumberOf([&] { deleteFile(path("nowhere/gone.txt")); }), 76);
+  EXPECT_EQ(errorOf([&] { deleteFile(path("gone.txt")); }), 53);
+  EXPECT_EQ(errorOf([&] { deleteFile(path("nowhere/gone.txt")); }), 76);
 }
 
 TEST_F(FileLayer, CreateTruncatesAndDeleteRemoves) {
@@ -232,8 +232,8 @@ TEST_F(FileLayer, AWriteTheSystemRefusesRaises57) {
   FileSizeLimit limit(4096);
   LineWriter w(createFile(path("big.txt")), 1024);
   int32_t number = 0;
-  for (int i = 0; i < 100 && number == 0; ++i) number = errorNumberOf([&] { w.writeLine(std::string(200, 'x')); });
-  if (number == 0) number = errorNumberOf([&] { w.close(); });
+  for (int i = 0; i < 100 && number == 0; ++i) number = errorOf([&] { w.writeLine(std::string(200, 'x')); });
+  if (number == 0) number = errorOf([&] { w.close(); });
   EXPECT_EQ(number, 57);
 }
 #endif

@@ -598,8 +598,9 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
     return false;
   }
 
-  // After the last message of a window shown modeless: it lets go of itself.
-  void onFinalMessage() override { self_.reset(); }
+  // After the last message of a window shown modeless: it lets go of itself. The
+  // reference leaves the member first: the object may go with it, member and all.
+  void onFinalMessage() override { [[maybe_unused]] const auto last = std::move(self_); }
 
   ModuleHold hold_;
   DisplayerPresenter presenter_;

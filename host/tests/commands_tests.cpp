@@ -139,21 +139,21 @@ TEST_F(Commands, RefusalIsInTheSessionLanguage) {
 
 TEST_F(Commands, WindowThatCannotBeMadeFailsTheCall) {
   factory.makeRaises = true;
-  EXPECT_EQ(errorNumberOf([&] { runCommand(Command::SendSms, factory); }), 429);
-  EXPECT_EQ(errorNumberOf([&] { runCommand(Command::ShowSmsLog, factory); }), 429);
+  EXPECT_EQ(errorOf([&] { runCommand(Command::SendSms, factory); }), 429);
+  EXPECT_EQ(errorOf([&] { runCommand(Command::ShowSmsLog, factory); }), 429);
   EXPECT_TRUE(fake.messageBoxes.empty());
 }
 
 TEST_F(Commands, FailingCheckFailsTheCallAndReleasesTheWindow) {
-  EXPECT_EQ(errorNumberOf([&] { runCommand(Command::UserSms, windows(true, true)); }), 3021);
+  EXPECT_EQ(errorOf([&] { runCommand(Command::UserSms, windows(true, true)); }), 3021);
   EXPECT_TRUE(log.shown.empty());
   EXPECT_EQ(log.released, 1);
   EXPECT_TRUE(fake.messageBoxes.empty());
 }
 
 TEST_F(Commands, WindowThatCannotBeShownFailsTheCallAndIsReleased) {
-  EXPECT_EQ(errorNumberOf([&] { runCommand(Command::SendSms, windows(true, false, true)); }), 7);
-  EXPECT_EQ(errorNumberOf([&] { runCommand(Command::SetAllMobile, windows(true, false, true)); }), 7);
+  EXPECT_EQ(errorOf([&] { runCommand(Command::SendSms, windows(true, false, true)); }), 7);
+  EXPECT_EQ(errorOf([&] { runCommand(Command::SetAllMobile, windows(true, false, true)); }), 7);
   EXPECT_EQ(log.released, 2);
   EXPECT_TRUE(fake.messageBoxes.empty());
 }

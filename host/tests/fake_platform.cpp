@@ -5,8 +5,6 @@
 
 namespace lumo::test {
 
-std::string u8(const ustring& s) { return toUtf8(s); }
-
 std::string JournalEntry::text() const {
   std::string out = u8(component) + "." + u8(member);
   if (kind == InvokeKind::Put || kind == InvokeKind::PutRef) {

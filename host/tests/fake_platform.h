@@ -12,6 +12,7 @@
 
 #include "automation/object.h"
 #include "host/platform.h"
+#include "tests/support/text.h"
 
 namespace lumo::test {
 
@@ -176,8 +177,5 @@ class FakePlatformScope {
  private:
   Platform* previous_;
 };
-
-// UTF-8 for test output.
-std::string u8(const ustring& s);
 
 }  // namespace lumo::test

@@ -37,7 +37,7 @@ TEST_F(Fake, JournalRecordsMethodsPutsAndGets) {
 
 TEST_F(Fake, FailedCallsAreJournalledToo) {
   fake.registerComponent(u"X.Y", nullptr);
-  EXPECT_EQ(errorNumberOf([&] { fake.create(u"X.Y")->call(u"Nope"); }), errnum::NotSupported);
+  EXPECT_EQ(errorOf([&] { fake.create(u"X.Y")->call(u"Nope"); }), errnum::NotSupported);
   EXPECT_EQ(fake.calls(), std::vector<std::string>{"X.Y.Nope()"});
 }
 
@@ -84,6 +84,6 @@ TEST(PlatformText, DefaultEightBitConversionMapsLatin1AndReplacesTheRest) {
 
 TEST(PlatformInstall, NoPlatformRaises91) {
   Platform* previous = setPlatform(nullptr);
-  EXPECT_EQ(errorNumberOf([] { platform(); }), errnum::ObjectVariableNotSet);
+  EXPECT_EQ(errorOf([] { platform(); }), errnum::ObjectVariableNotSet);
   setPlatform(previous);
 }

@@ -8,14 +8,14 @@
 #include <vector>
 
 #include "fuzz/entries.h"
+#include "tests/support/fuzz_replay.h"
 
 namespace {
 
-struct Seed {
-  const char* name;  // "<target>/<file>"
-  std::vector<uint8_t> bytes;
-};
+using lumo::test::replayRandomInputs;
+using lumo::test::Seed;
 
+// Named "<target>/<file>".
 const std::vector<Seed>& seeds() {
   static const std::vector<Seed> all = {
 #include "fuzz_seeds.inc"
@@ -50,16 +50,6 @@ std::vector<uint8_t> randomInput(std::mt19937& rng) {
   return out;
 }
 
-std::string hexOf(const std::vector<uint8_t>& v) {
-  static const char* digits = "0123456789abcdef";
-  std::string s;
-  for (uint8_t b : v) {
-    s.push_back(digits[b >> 4]);
-    s.push_back(digits[b & 15]);
-  }
-  return s;
-}
-
 }  // namespace
 
 TEST(FuzzReplay, CorpusHasSeedsForBothTargets) {
@@ -87,29 +77,11 @@ TEST(FuzzReplay, LanguageTextSeedsKeepTheirInvariants) {
 }
 
 TEST(FuzzReplay, RandomSessionStringsKeepTheirInvariants) {
-  std::mt19937 rng(20240611u);
-  int failures = 0;
-  for (int i = 0; i < 3000 && failures < 5; ++i) {
-    const auto input = randomInput(rng);
-    const std::string r = lumo::fuzz::sessionStringEntry(input.data(), input.size());
-    if (!r.empty()) {
-      ++failures;
-      ADD_FAILURE() << r << " input " << hexOf(input);
-    }
-  }
+  replayRandomInputs(lumo::fuzz::sessionStringEntry, randomInput, 20240611u);
 }
 
 TEST(FuzzReplay, RandomLanguageTextsKeepTheirInvariants) {
-  std::mt19937 rng(7u);
-  int failures = 0;
-  for (int i = 0; i < 3000 && failures < 5; ++i) {
-    const auto input = randomInput(rng);
-    const std::string r = lumo::fuzz::languageTextsEntry(input.data(), input.size());
-    if (!r.empty()) {
-      ++failures;
-      ADD_FAILURE() << r << " input " << hexOf(input);
-    }
-  }
+  replayRandomInputs(lumo::fuzz::languageTextsEntry, randomInput, 7u);
 }
 
 TEST(FuzzReplay, EmptyInputIsHandled) {

@@ -82,7 +82,7 @@ TEST_F(Gateway, MissingComponentFailsAtCreationNamingIt) {
 
 TEST_F(Gateway, UnknownMethodRaises438) {
   fake.registerComponent(u"A.B", nullptr);
-  EXPECT_EQ(errorNumberOf([] { callComponent(u"A.B", u"Nope", {}); }), errnum::NotSupported);
+  EXPECT_EQ(errorOf([] { callComponent(u"A.B", u"Nope", {}); }), errnum::NotSupported);
   EXPECT_EQ(fake.liveInstances(u"A.B"), 0u);
 }
 
@@ -90,7 +90,7 @@ TEST_F(Gateway, CallErrorsReachTheCallerAndTheComponentIsStillReleased) {
   fake.registerComponent(u"A.B", [](FakeComponent& c) {
     c.on(u"M", [](InvokeKind, Args&) -> Variant { throw Error(-2147217865, u"Invalid object name"); });
   });
-  EXPECT_EQ(errorNumberOf([] { callComponent(u"A.B", u"M", {}); }), -2147217865);
+  EXPECT_EQ(errorOf([] { callComponent(u"A.B", u"M", {}); }), -2147217865);
   EXPECT_EQ(fake.liveInstances(u"A.B"), 0u);
 }
 
@@ -120,7 +120,7 @@ TEST_F(Gateway, CallWithSessionPutsThePropsStringFirst) {
 
 TEST_F(Gateway, CallWithSessionFailsWhenTheSessionCannotBeRead) {
   fake.registerComponent(u"A.B", [](FakeComponent& c) { c.on(u"M", [](InvokeKind, Args&) { return Variant(); }); });
-  EXPECT_EQ(errorNumberOf([] { callWithSession(u"A.B", u"M", {}); }), errnum::CannotCreateObject);
+  EXPECT_EQ(errorOf([] { callWithSession(u"A.B", u"M", {}); }), errnum::CannotCreateObject);
   EXPECT_TRUE(fake.calls(u"A.B").empty());
   EXPECT_EQ(fake.liveInstances(u"A.B"), 0u);
 }
@@ -195,21 +195,21 @@ TEST_F(Gateway, EmptyRecordsetIsAtEofAtOnce) {
 
 TEST_F(Gateway, UnknownFieldRaisesTheRecordsetError) {
   Recordset rs(makeRecordset({u"F"}, {{int32_t(1)}}));
-  EXPECT_EQ(errorNumberOf([&] { rs.field(u"G"); }), 3265);
+  EXPECT_EQ(errorOf([&] { rs.field(u"G"); }), 3265);
 }
 
 TEST_F(Gateway, ReadingPastEndRaises) {
   Recordset rs(makeRecordset({u"F"}, {{int32_t(1)}}));
   rs.moveNext();
   EXPECT_TRUE(rs.eof());
-  EXPECT_EQ(errorNumberOf([&] { rs.field(u"F"); }), 3021);
+  EXPECT_EQ(errorOf([&] { rs.field(u"F"); }), 3021);
 }
 
 TEST_F(Gateway, RecordsetOfNothingRaises91) {
   Recordset rs(nullptr);
-  EXPECT_EQ(errorNumberOf([&] { rs.eof(); }), errnum::ObjectVariableNotSet);
-  EXPECT_EQ(errorNumberOf([&] { rs.moveNext(); }), errnum::ObjectVariableNotSet);
-  EXPECT_EQ(errorNumberOf([&] { rs.field(u"F"); }), errnum::ObjectVariableNotSet);
+  EXPECT_EQ(errorOf([&] { rs.eof(); }), errnum::ObjectVariableNotSet);
+  EXPECT_EQ(errorOf([&] { rs.moveNext(); }), errnum::ObjectVariableNotSet);
+  EXPECT_EQ(errorOf([&] { rs.field(u"F"); }), errnum::ObjectVariableNotSet);
 }
 
 TEST_F(Gateway, GetDataThatReturnsNoObjectRaises) {
@@ -217,7 +217,7 @@ TEST_F(Gateway, GetDataThatReturnsNoObjectRaises) {
   fake.registerComponent(u"LumoMSmsManager.clsBillUseInfo", [](FakeComponent& c) {
     c.on(u"GetData", [](InvokeKind, Args&) { return Variant(u"not a recordset"); });
   });
-  EXPECT_EQ(errorNumberOf([] { getData(u"select 1"); }), errnum::ObjectRequired);
+  EXPECT_EQ(errorOf([] { getData(u"select 1"); }), errnum::ObjectRequired);
 }
 
 TEST_F(Gateway, GetDataKeepsTheRecordsetAliveAfterTheComponentIsReleased) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "fake_platform.h"
+#include "tests/support/errors.h"
 
 namespace lumo::test {
 
@@ -15,16 +16,5 @@ class HostTest : public ::testing::Test {
   // A session in the given language with the usual loaders present.
   void session(const ustring& props) { fake.setSessionString(props); }
 };
-
-// Runs f and returns the number of the lumo::Error it raises (0 when none).
-template <class F>
-int32_t errorNumberOf(F&& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 }  // namespace lumo::test

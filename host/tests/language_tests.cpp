@@ -105,7 +105,7 @@ TEST_F(Language, ResLoaderWithoutLanguageIdTakesTheCurrentLanguage) {
 }
 
 TEST_F(Language, MissingResLoaderRaisesAndIsTriedAgainLater) {
-  EXPECT_EQ(errorNumberOf([] { getResLoader(u"en"); }), errnum::CannotCreateObject);
+  EXPECT_EQ(errorOf([] { getResLoader(u"en"); }), errnum::CannotCreateObject);
   fake.addResLoader(u"LumoResLoader.Loader");
   EXPECT_NE(getResLoader(u"en"), nullptr);
 }
@@ -352,12 +352,12 @@ TEST_F(Language, SetFormFontLowersTheFlagWhenTheLoaderFails) {
   fake.registerComponent(u"FrmRes.FrmResLoader", [](FakeComponent& c) {
     c.on(u"SetFrmFont", [](InvokeKind, Args&) -> Variant { throw Error(13); });
   });
-  EXPECT_EQ(errorNumberOf([] { setFormFont(nullptr); }), errnum::TypeMismatch);
+  EXPECT_EQ(errorOf([] { setFormFont(nullptr); }), errnum::TypeMismatch);
   EXPECT_FALSE(settingFormFont());
 }
 
 TEST_F(Language, SetFormFontWithoutLoaderRaises) {
-  EXPECT_EQ(errorNumberOf([] { setFormFont(nullptr); }), errnum::CannotCreateObject);
+  EXPECT_EQ(errorOf([] { setFormFont(nullptr); }), errnum::CannotCreateObject);
   EXPECT_FALSE(settingFormFont());
 }
 

@@ -255,7 +255,7 @@ TEST_F(ParseLanguage, MultiLanguageUsesTheFormLoaderGivenByTheHost) {
 
 TEST_F(ParseLanguage, MultiLanguageWithoutFormLoaderRaises) {
   session(u"Language=en");
-  EXPECT_EQ(errorNumberOf([&] { p.strMultiLanguage(nullptr, nullptr, Variant::missing()); }),
+  EXPECT_EQ(errorOf([&] { p.strMultiLanguage(nullptr, nullptr, Variant::missing()); }),
             errnum::CannotCreateObject);
 }
 
@@ -365,8 +365,8 @@ TEST_F(ParseLanguage, Ledger4FontAlsoSetsHeaderFooterAndTextLine) {
 
 TEST_F(ParseLanguage, LedgerFontOfNothingRaises91) {
   session(u"Language=chs");
-  EXPECT_EQ(errorNumberOf([&] { p.setLedgerFont(nullptr); }), errnum::ObjectVariableNotSet);
-  EXPECT_EQ(errorNumberOf([&] { p.setLedger4Font(nullptr); }), errnum::ObjectVariableNotSet);
+  EXPECT_EQ(errorOf([&] { p.setLedgerFont(nullptr); }), errnum::ObjectVariableNotSet);
+  EXPECT_EQ(errorOf([&] { p.setLedger4Font(nullptr); }), errnum::ObjectVariableNotSet);
 }
 
 TEST_F(ParseLanguage, SystemFontNameComesFromTheFormLoader) {

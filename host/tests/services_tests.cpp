@@ -194,7 +194,7 @@ TEST_F(Services, BatchLogArgumentIsAReference) {
 
 TEST_F(Services, BatchLogFailureReachesTheCaller) {
   session(u"Language=chs");
-  EXPECT_EQ(errorNumberOf([] { writeBatchLog(std::make_shared<Collection>()); }), errnum::CannotCreateObject);
+  EXPECT_EQ(errorOf([] { writeBatchLog(std::make_shared<Collection>()); }), errnum::CannotCreateObject);
 }
 
 // ---- machine name -----------------------------------------------------------------------
@@ -275,7 +275,7 @@ TEST_F(Services, IpAddressWithoutNulRaises5ToTheCaller) {
     buffer.replace(0, 8, "10.1.1.1");
     return 1;
   };
-  EXPECT_EQ(errorNumberOf([] { getIPAddress(); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([] { getIPAddress(); }), errnum::InvalidCall);
 }
 
 TEST_F(Services, IpAddressWithoutNulAndFailureIsEmpty) {
@@ -294,7 +294,7 @@ TEST_F(Services, IpAddressFillingTheWholeBufferWithNulAtTheEnd) {
 
 TEST_F(Services, MissingIpLibraryReachesTheCaller) {
   fake.readTcpScript = [](std::string&, std::string&) -> int32_t { throw Error(errnum::FileNotFound, u"vtappsvr.dll"); };
-  EXPECT_EQ(errorNumberOf([] { getIPAddress(); }), errnum::FileNotFound);
+  EXPECT_EQ(errorOf([] { getIPAddress(); }), errnum::FileNotFound);
 }
 
 // ---- help -------------------------------------------------------------------------------
@@ -480,5 +480,5 @@ TEST_F(Services, ErrorTrapKeepsItsErrorAcrossTheTitleLookup) {
 
 TEST_F(Services, ErrorTrapLetsAFailingMessageBoxThrough) {
   fake.messageBoxThrows = true;
-  EXPECT_EQ(errorNumberOf([] { errorTrap(u"S", [] { throw Error(5); }); }), errnum::PermissionDenied);
+  EXPECT_EQ(errorOf([] { errorTrap(u"S", [] { throw Error(5); }); }), errnum::PermissionDenied);
 }

@@ -130,7 +130,7 @@ TEST(SessionString, EmptyKeyEndsParsing) {
   p.parseString(u"A=1;=2;B=3");
   EXPECT_EQ(p.entryCount(), 1u);
   EXPECT_EQ(p.getProperty(u"A"), u"1");
-  EXPECT_EQ(errorNumberOf([&] { p.getProperty(u"B"); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { p.getProperty(u"B"); }), errnum::InvalidCall);
 }
 
 TEST(SessionString, EmptyEntryIsNotSkippedItsSemicolonJoinsTheNextKey) {
@@ -139,7 +139,7 @@ TEST(SessionString, EmptyEntryIsNotSkippedItsSemicolonJoinsTheNextKey) {
   EXPECT_EQ(p.entryCount(), 2u);
   EXPECT_EQ(p.getProperty(u"A"), u"1");
   EXPECT_EQ(p.getProperty(u";B"), u"2");
-  EXPECT_EQ(errorNumberOf([&] { p.getProperty(u"B"); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { p.getProperty(u"B"); }), errnum::InvalidCall);
 }
 
 TEST(SessionString, TrailingEntryWithoutEqualsStoresEmptyValue) {
@@ -160,7 +160,7 @@ TEST(SessionString, EmptyTextGivesEmptyTable) {
   Parse p;
   EXPECT_TRUE(p.parseString(u""));
   EXPECT_EQ(p.entryCount(), 0u);
-  EXPECT_EQ(errorNumberOf([&] { p.getProperty(u"A"); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { p.getProperty(u"A"); }), errnum::InvalidCall);
 }
 
 TEST(SessionString, TrailingSemicolonAddsNothing) {
@@ -206,19 +206,19 @@ TEST(SessionString, BracedValueAsLastEntryWithoutSemicolon) {
 
 TEST(SessionString, DuplicateKeyRaises457AndKeepsEarlierEntries) {
   Parse p;
-  EXPECT_EQ(errorNumberOf([&] { p.parseString(u"A=1;B=2;a=3;C=4"); }), errnum::KeyAlreadyExists);
+  EXPECT_EQ(errorOf([&] { p.parseString(u"A=1;B=2;a=3;C=4"); }), errnum::KeyAlreadyExists);
   EXPECT_EQ(p.entryCount(), 2u);
   EXPECT_EQ(p.getProperty(u"A"), u"1");
   EXPECT_EQ(p.getProperty(u"B"), u"2");
-  EXPECT_EQ(errorNumberOf([&] { p.getProperty(u"C"); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { p.getProperty(u"C"); }), errnum::InvalidCall);
 }
 
 TEST(SessionString, StoredStringIsReplacedEvenWhenParsingFails) {
   Parse p;
   p.parseString(u"X=1");
-  EXPECT_EQ(errorNumberOf([&] { p.parseString(u"A=1;A=2"); }), errnum::KeyAlreadyExists);
+  EXPECT_EQ(errorOf([&] { p.parseString(u"A=1;A=2"); }), errnum::KeyAlreadyExists);
   EXPECT_EQ(p.propsString(), u"A=1;A=2");
-  EXPECT_EQ(errorNumberOf([&] { p.getProperty(u"X"); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { p.getProperty(u"X"); }), errnum::InvalidCall);
 }
 
 TEST(SessionString, PropsStringReturnsTheTextAsGiven) {
@@ -233,7 +233,7 @@ TEST(SessionString, ParsingAgainReplacesTheTable) {
   p.parseString(u"A=1;B=2");
   p.parseString(u"C=3");
   EXPECT_EQ(p.entryCount(), 1u);
-  EXPECT_EQ(errorNumberOf([&] { p.getProperty(u"A"); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { p.getProperty(u"A"); }), errnum::InvalidCall);
   EXPECT_EQ(p.getProperty(u"C"), u"3");
 }
 
@@ -255,32 +255,32 @@ TEST(SessionString, ChineseKeysAndValuesAreKept) {
 TEST(SessionString, MissingKeyRaises5) {
   Parse p;
   p.parseString(u"A=1");
-  EXPECT_EQ(errorNumberOf([&] { p.getProperty(u"Missing"); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { p.getProperty(u"Missing"); }), errnum::InvalidCall);
 }
 
 TEST(SessionString, GetPropertyBeforeParseStringRaises) {
   Parse p;
-  EXPECT_EQ(errorNumberOf([&] { p.getProperty(u"A"); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { p.getProperty(u"A"); }), errnum::InvalidCall);
   EXPECT_EQ(p.entryCount(), 0u);
 }
 
 TEST(SessionString, TypedPropertiesBeforeParseStringRaise) {
   Parse p;
-  EXPECT_NE(errorNumberOf([&] { p.userName(); }), 0);
-  EXPECT_NE(errorNumberOf([&] { p.userId(); }), 0);
-  EXPECT_NE(errorNumberOf([&] { p.conDbmsName(); }), 0);
-  EXPECT_NE(errorNumberOf([&] { p.conDbmsVersion(); }), 0);
-  EXPECT_NE(errorNumberOf([&] { p.conStr(); }), 0);
+  EXPECT_NE(errorOf([&] { p.userName(); }), 0);
+  EXPECT_NE(errorOf([&] { p.userId(); }), 0);
+  EXPECT_NE(errorOf([&] { p.conDbmsName(); }), 0);
+  EXPECT_NE(errorOf([&] { p.conDbmsVersion(); }), 0);
+  EXPECT_NE(errorOf([&] { p.conStr(); }), 0);
 }
 
 TEST(SessionString, TypedPropertiesPassTheMissingKeyErrorOn) {
   Parse p;
   p.parseString(u"Other=1");
-  EXPECT_EQ(errorNumberOf([&] { p.userName(); }), errnum::InvalidCall);
-  EXPECT_EQ(errorNumberOf([&] { p.userId(); }), errnum::InvalidCall);
-  EXPECT_EQ(errorNumberOf([&] { p.conDbmsName(); }), errnum::InvalidCall);
-  EXPECT_EQ(errorNumberOf([&] { p.conDbmsVersion(); }), errnum::InvalidCall);
-  EXPECT_EQ(errorNumberOf([&] { p.conStr(); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { p.userName(); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { p.userId(); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { p.conDbmsName(); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { p.conDbmsVersion(); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { p.conStr(); }), errnum::InvalidCall);
 }
 
 TEST(SessionString, TypedPropertiesReadTheirFixedKeys) {
@@ -300,7 +300,7 @@ namespace {
 int32_t userIdError(const ustring& text) {
   Parse p;
   p.parseString(u"UserID=" + text);
-  return errorNumberOf([&] { p.userId(); });
+  return errorOf([&] { p.userId(); });
 }
 int16_t userIdOf(const ustring& text) {
   Parse p;

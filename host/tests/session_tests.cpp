@@ -129,7 +129,7 @@ TEST_F(Session, FailingGetPropertyReachesTheCaller) {
   fake.registerComponent(u"PropsMgr.ShareProps", [](FakeComponent& c) {
     c.on(u"GetProperty", [](InvokeKind, Args&) -> Variant { throw Error(1001, u"no session"); });
   });
-  EXPECT_EQ(errorNumberOf([] { getShareProp(u"PropsString"); }), 1001);
+  EXPECT_EQ(errorOf([] { getShareProp(u"PropsString"); }), 1001);
 }
 
 TEST_F(Session, HostObjectSuppliesThePropsStringWhenSet) {
@@ -145,7 +145,7 @@ TEST_F(Session, HostObjectSuppliesThePropsStringWhenSet) {
 
 TEST_F(Session, WithoutPlatformTheCallRaises91) {
   Platform* mine = setPlatform(nullptr);
-  EXPECT_EQ(errorNumberOf([] { getPropsString(); }), errnum::ObjectVariableNotSet);
+  EXPECT_EQ(errorOf([] { getPropsString(); }), errnum::ObjectVariableNotSet);
   setPlatform(mine);
 }
 
@@ -206,7 +206,7 @@ TEST_F(Session, AFailedReadingIsNotKeptByTheScope) {
   fake.registerComponent(u"PropsMgr.ShareProps", [](FakeComponent& c) {
     c.on(u"GetProperty", [](InvokeKind, Args&) -> Variant { throw Error(1001, u"no session"); });
   });
-  EXPECT_EQ(errorNumberOf([] { getPropsString(); }), 1001);
+  EXPECT_EQ(errorOf([] { getPropsString(); }), 1001);
   session(u"Back=1;Language=chs");
   EXPECT_EQ(getPropsString(), u"Back=1;Language=chs");
 }

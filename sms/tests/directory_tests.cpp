@@ -10,12 +10,6 @@ using ui::kNoNode;
 using ui::NodeId;
 using sms::Tree;
 
-namespace {
-const Tree D = Tree::Department;
-const Tree G = Tree::Group;
-using Keys = std::vector<ustring>;
-}  // namespace
-
 class Directory : public SmsTest {};
 
 // ---- the department tree -------------------------------------------------------------------

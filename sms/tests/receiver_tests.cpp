@@ -9,9 +9,6 @@ using ui::NodeId;
 using sms::Tree;
 
 namespace {
-const Tree D = Tree::Department;
-const Tree G = Tree::Group;
-using Keys = std::vector<ustring>;
 const ustring kTooLong = u"手机号码长度不能大于11!";
 const ustring kIllegal = u"手机号码中包含非法字符!";
 }  // namespace

@@ -203,28 +203,27 @@ void SmsTest::open() {
   window.formLoad();
 }
 
-std::vector<ustring> SmsTest::childKeys(Tree which, const ustring& key) {
+namespace {
+// What 'read' gives of each child of the node with that key, in order.
+template <class Read>
+std::vector<ustring> readChildren(const ui::TreeModel& t, const ustring& key, Read read) {
   std::vector<ustring> out;
-  const ui::TreeModel& t = tree(which);
   const NodeId parent = t.find(key);
   if (parent == ui::kNoNode) {
     ADD_FAILURE() << "no node " << u8(key);
     return out;
   }
-  for (NodeId c = t.firstChild(parent); c != ui::kNoNode; c = t.nextSibling(c)) out.push_back(t.key(c));
+  for (NodeId c = t.firstChild(parent); c != ui::kNoNode; c = t.nextSibling(c)) out.push_back(read(t, c));
   return out;
+}
+}  // namespace
+
+std::vector<ustring> SmsTest::childKeys(Tree which, const ustring& key) {
+  return readChildren(tree(which), key, [](const ui::TreeModel& t, NodeId c) { return t.key(c); });
 }
 
 std::vector<ustring> SmsTest::childTexts(Tree which, const ustring& key) {
-  std::vector<ustring> out;
-  const ui::TreeModel& t = tree(which);
-  const NodeId parent = t.find(key);
-  if (parent == ui::kNoNode) {
-    ADD_FAILURE() << "no node " << u8(key);
-    return out;
-  }
-  for (NodeId c = t.firstChild(parent); c != ui::kNoNode; c = t.nextSibling(c)) out.push_back(t.text(c));
-  return out;
+  return readChildren(tree(which), key, [](const ui::TreeModel& t, NodeId c) { return t.text(c); });
 }
 
 std::vector<ustring> SmsTest::positionKeys(Tree which) {

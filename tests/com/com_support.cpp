@@ -6,49 +6,23 @@
 
 namespace comtest {
 
-std::string narrow(const std::wstring& s) {
-  if (s.empty()) return {};
-  int n = WideCharToMultiByte(CP_UTF8, 0, s.data(), static_cast<int>(s.size()), nullptr, 0, nullptr, nullptr);
-  std::string out(static_cast<std::size_t>(n), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, s.data(), static_cast<int>(s.size()), out.data(), n, nullptr, nullptr);
-  return out;
-}
-
-static std::wstring widen(const std::string& s) {
-  if (s.empty()) return {};
-  int n = MultiByteToWideChar(CP_UTF8, 0, s.data(), static_cast<int>(s.size()), nullptr, 0);
-  std::wstring out(static_cast<std::size_t>(n), L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, s.data(), static_cast<int>(s.size()), out.data(), n);
-  return out;
-}
-
-std::wstring windowsPath(const char* path) {
-  std::wstring p = widen(path);
-  if (!p.empty() && p[0] == L'/') {
-    for (wchar_t& c : p)
-      if (c == L'/') c = L'\\';
-    p = L"Z:" + p;
-  }
-  return p;
-}
-
-std::wstring dllPath() { return windowsPath(LUMO_COM_DLL); }
+std::wstring dllPath() { return lumo::test::wide(lumo::test::windowsPath(LUMO_COM_DLL)); }
 
 GUID recordedGuid(const std::wstring& name) {
-  std::ifstream in(narrow(windowsPath(LUMO_COM_GUIDS)));
+  std::ifstream in(u8(lumo::test::windowsPath(LUMO_COM_GUIDS)));
   std::string line;
   while (std::getline(in, line)) {
     if (line.empty() || line[0] == '#') continue;
     std::istringstream fields(line);
     std::string kind, entry, guid;
     fields >> kind >> entry >> guid;
-    if (widen(entry) != name) continue;
+    if (lumo::test::wide(lumo::fromUtf8(entry)) != name) continue;
     GUID g{};
-    std::wstring braced = L"{" + widen(guid) + L"}";
+    std::wstring braced = L"{" + lumo::test::wide(lumo::fromUtf8(guid)) + L"}";
     if (FAILED(CLSIDFromString(braced.c_str(), &g))) ADD_FAILURE() << "bad GUID for " << entry << ": " << guid;
     return g;
   }
-  ADD_FAILURE() << "no GUID recorded for " << narrow(name);
+  ADD_FAILURE() << "no GUID recorded for " << u8(name);
   return GUID{};
 }
 
@@ -60,140 +34,20 @@ std::wstring guidText(REFGUID guid) {
 
 // ---------------------------------------------------------------------------
 
-Server& Server::get() {
-  static Server server;
-  return server;
-}
-
-template <class F>
-static void bind(HMODULE m, const char* name, F& f) {
-  FARPROC p = GetProcAddress(m, name);
-  if (!p) ADD_FAILURE() << "LumoSmsManager.dll does not export " << name;
-  f = reinterpret_cast<F>(reinterpret_cast<void*>(p));
-}
-
-Server::Server() {
-  module_ = LoadLibraryW(dllPath().c_str());
-  if (!module_) {
-    ADD_FAILURE() << "cannot load " << narrow(dllPath()) << " (error " << GetLastError() << ")";
-    return;
-  }
-  bind(module_, "DllRegisterServer", register_);
-  bind(module_, "DllUnregisterServer", unregister_);
-  bind(module_, "DllInstall", install_);
-  bind(module_, "DllCanUnloadNow", canUnload_);
-  bind(module_, "DllGetClassObject", getClassObject_);
-}
-
-// ---------------------------------------------------------------------------
-
-V::V(const wchar_t* s) : V() {
-  V_VT(&v_) = VT_BSTR;
-  V_BSTR(&v_) = SysAllocString(s);
-}
-V::V(const std::wstring& s) : V() {
-  V_VT(&v_) = VT_BSTR;
-  V_BSTR(&v_) = SysAllocStringLen(s.data(), static_cast<UINT>(s.size()));
-}
-V::V(int32_t i) : V() {
-  V_VT(&v_) = VT_I4;
-  V_I4(&v_) = i;
-}
-V::V(int16_t i) : V() {
-  V_VT(&v_) = VT_I2;
-  V_I2(&v_) = i;
-}
-V::V(bool b) : V() {
-  V_VT(&v_) = VT_BOOL;
-  V_BOOL(&v_) = b ? VARIANT_TRUE : VARIANT_FALSE;
-}
-V::V(double d) : V() {
-  V_VT(&v_) = VT_R8;
-  V_R8(&v_) = d;
-}
-V::V(IDispatch* d) : V() {
-  V_VT(&v_) = VT_DISPATCH;
-  V_DISPATCH(&v_) = d;
-  if (d) d->AddRef();
-}
-V V::missing() { return error(DISP_E_PARAMNOTFOUND); }
-V V::error(SCODE code) {
-  V v;
-  V_VT(&v.v_) = VT_ERROR;
-  V_ERROR(&v.v_) = code;
-  return v;
-}
-V V::byRef(V& target) {
-  V v;
-  V_VT(&v.v_) = static_cast<VARTYPE>(VT_BYREF | target.vt());
-  V_BYREF(&v.v_) = &V_I4(&target.v_);  // the value union starts at the same place for every type
-  return v;
-}
-V::V(const V& o) : V() { VariantCopy(&v_, const_cast<VARIANT*>(&o.v_)); }
-V::V(V&& o) noexcept : v_(o.v_) { VariantInit(&o.v_); }
-V& V::operator=(V o) noexcept {
-  std::swap(v_, o.v_);
-  return *this;
-}
-V::~V() { VariantClear(&v_); }
-std::wstring V::text() const {
-  if (V_VT(&v_) != VT_BSTR || !V_BSTR(&v_)) return {};
-  return std::wstring(V_BSTR(&v_), SysStringLen(V_BSTR(&v_)));
-}
-
-std::ostream& operator<<(std::ostream& os, const Outcome& o) {
-  os << "hr=0x" << std::hex << static_cast<unsigned long>(o.hr) << " scode=0x" << static_cast<unsigned long>(o.scode)
-     << std::dec << " source='" << narrow(o.source) << "' description='" << narrow(o.description)
-     << "' vt=" << o.result.vt() << " text='" << narrow(o.text()) << "' argErr=" << o.argErr;
-  return os;
-}
-
-// ---------------------------------------------------------------------------
-
-HRESULT Late::dispid(const wchar_t* name, DISPID* id) const {
-  LPOLESTR names[] = {const_cast<LPOLESTR>(name)};
-  return d_->GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, id);
-}
-
-Outcome Late::invoke(const wchar_t* name, WORD flags, std::vector<V>& args) const {
-  Outcome o;
-  DISPID id = DISPID_UNKNOWN;
-  o.hr = dispid(name, &id);
-  if (FAILED(o.hr)) return o;
-  // Arguments travel last to first; the VARIANTs stay owned by args.
-  std::vector<VARIANT> reversed(args.size());
-  for (std::size_t i = 0; i < args.size(); ++i) reversed[args.size() - 1 - i] = *args[i].get();
-  DISPPARAMS params{reversed.data(), nullptr, static_cast<UINT>(args.size()), 0};
-  DISPID putId = DISPID_PROPERTYPUT;
-  bool isPut = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
-  if (isPut) {
-    params.rgdispidNamedArgs = &putId;
-    params.cNamedArgs = 1;
-  }
-  EXCEPINFO info{};
-  o.hr = d_->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &params, isPut ? nullptr : o.result.get(), &info,
-                    &o.argErr);
-  if (info.pfnDeferredFillIn) info.pfnDeferredFillIn(&info);
-  o.scode = info.scode;
-  if (info.bstrSource) o.source.assign(info.bstrSource, SysStringLen(info.bstrSource));
-  if (info.bstrDescription) o.description.assign(info.bstrDescription, SysStringLen(info.bstrDescription));
-  SysFreeString(info.bstrSource);
-  SysFreeString(info.bstrDescription);
-  SysFreeString(info.bstrHelpFile);
-  return o;
-}
-
-Outcome Late::call(const wchar_t* name, std::vector<V> args) const { return invoke(name, DISPATCH_METHOD, args); }
-Outcome Late::get(const wchar_t* name, std::vector<V> args) const {
-  return invoke(name, DISPATCH_PROPERTYGET, args);
-}
-Outcome Late::put(const wchar_t* name, V value) const {
-  std::vector<V> args{std::move(value)};
-  return invoke(name, DISPATCH_PROPERTYPUT, args);
-}
-Outcome Late::putRef(const wchar_t* name, V value) const {
-  std::vector<V> args{std::move(value)};
-  return invoke(name, DISPATCH_PROPERTYPUTREF, args);
+lumo::test::ServerDll& server() {
+  static lumo::test::ServerDll dll(LUMO_COM_DLL);
+  static const bool checked = [] {
+    if (!dll.loaded()) {
+      ADD_FAILURE() << "cannot load " << dll.path() << " (error " << GetLastError() << ")";
+      return false;
+    }
+    for (const char* name : {"DllRegisterServer", "DllUnregisterServer", "DllInstall", "DllCanUnloadNow",
+                             "DllGetClassObject"})
+      if (!dll.exported<FARPROC>(name)) ADD_FAILURE() << "LumoSmsManager.dll does not export " << name;
+    return true;
+  }();
+  (void)checked;
+  return dll;
 }
 
 // ---------------------------------------------------------------------------
@@ -236,22 +90,6 @@ V FakeObject::value(const std::wstring& name) const {
   return it == properties_.end() ? V() : it->second;
 }
 
-HRESULT FakeObject::QueryInterface(REFIID riid, void** ppv) {
-  if (!ppv) return E_POINTER;
-  if (IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_IDispatch)) {
-    *ppv = static_cast<IDispatch*>(this);
-    AddRef();
-    return S_OK;
-  }
-  *ppv = nullptr;
-  return E_NOINTERFACE;
-}
-ULONG FakeObject::AddRef() { return ++refs_; }
-ULONG FakeObject::Release() {
-  ULONG n = --refs_;
-  if (n == 0) delete this;
-  return n;
-}
 HRESULT FakeObject::GetTypeInfoCount(UINT* count) {
   *count = 0;
   return S_OK;
@@ -369,31 +207,16 @@ std::string differences(const Snapshot& before, const Snapshot& after) {
   for (const auto& [k, v] : after) {
     auto it = before.find(k);
     if (it == before.end() || it->second != v) {
-      if (++shown <= 40) out << "  + " << narrow(k) << " = " << narrow(v) << "\n";
+      if (++shown <= 40) out << "  + " << u8(k) << " = " << u8(v) << "\n";
     }
   }
   for (const auto& [k, v] : before) {
     if (!after.count(k)) {
-      if (++shown <= 40) out << "  - " << narrow(k) << " = " << narrow(v) << "\n";
+      if (++shown <= 40) out << "  - " << u8(k) << " = " << u8(v) << "\n";
     }
   }
   if (shown > 40) out << "  ... " << shown << " differences in all\n";
   return out.str();
-}
-
-std::wstring regText(HKEY root, const std::wstring& path, const wchar_t* name) {
-  wchar_t buffer[1024] = {};
-  DWORD size = sizeof(buffer);
-  if (RegGetValueW(root, path.c_str(), name, RRF_RT_REG_SZ, nullptr, buffer, &size) != ERROR_SUCCESS)
-    return L"<missing>";
-  return buffer;
-}
-
-bool keyExists(HKEY root, const std::wstring& path) {
-  HKEY key = nullptr;
-  if (RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return false;
-  RegCloseKey(key);
-  return true;
 }
 
 // ---------------------------------------------------------------------------
@@ -405,25 +228,37 @@ void ComEnvironment::TearDown() { CoUninitialize(); }
     testing::AddGlobalTestEnvironment(new ComEnvironment);
 
 void ComObjectTest::SetUpTestSuite() {
-  ASSERT_NE(Server::get().module(), nullptr);
-  ASSERT_EQ(S_OK, Server::get().registerServer());
+  ASSERT_NE(server().module(), nullptr);
+  ASSERT_EQ(S_OK, server().registerServer());
 }
 
-void ComObjectTest::TearDownTestSuite() { EXPECT_EQ(S_OK, Server::get().unregisterServer()); }
+void ComObjectTest::TearDownTestSuite() { EXPECT_EQ(S_OK, server().unregisterServer()); }
 
 void ComObjectTest::TearDown() {
+  release();
   EXPECT_EQ(0, FakeObject::live()) << "objects handed to the server were not all released";
-  EXPECT_EQ(S_OK, Server::get().canUnloadNow()) << "objects of the server are still alive";
+  EXPECT_EQ(S_OK, server().canUnloadNow()) << "objects of the server are still alive";
+}
+
+IDispatch* ComObjectTest::keep(const wchar_t* progId) {
+  IDispatch* d = create(progId);
+  if (d) kept_.push_back(d);
+  return d;
+}
+
+void ComObjectTest::release() {
+  for (IDispatch* d : kept_) d->Release();
+  kept_.clear();
 }
 
 IDispatch* ComObjectTest::create(const wchar_t* progId) {
   CLSID clsid{};
   HRESULT hr = CLSIDFromProgID(progId, &clsid);
-  EXPECT_EQ(S_OK, hr) << "CLSIDFromProgID " << narrow(progId);
+  EXPECT_EQ(S_OK, hr) << "CLSIDFromProgID " << u8(progId);
   if (FAILED(hr)) return nullptr;
   IDispatch* d = nullptr;
   hr = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, reinterpret_cast<void**>(&d));
-  EXPECT_EQ(S_OK, hr) << "CoCreateInstance " << narrow(progId);
+  EXPECT_EQ(S_OK, hr) << "CoCreateInstance " << u8(progId);
   return d;
 }
 

@@ -20,7 +20,7 @@ std::wstring typeInfoName(ITypeInfo* info) {
 
 TEST_F(Lifetime, EveryClassIsCreatableByProgIdAndVersionedProgId) {
   for (int i = 0; i < 4; ++i) {
-    SCOPED_TRACE(narrow(kProgIds[i]));
+    SCOPED_TRACE(u8(kProgIds[i]));
     IDispatch* d = create(kProgIds[i]);
     ASSERT_NE(nullptr, d);
     d->Release();
@@ -34,7 +34,7 @@ TEST_F(Lifetime, EveryClassIsCreatableByProgIdAndVersionedProgId) {
 
 TEST_F(Lifetime, ObjectsAnswerForTheirInterfaces) {
   for (int i = 0; i < 4; ++i) {
-    SCOPED_TRACE(narrow(kClassNames[i]));
+    SCOPED_TRACE(u8(kClassNames[i]));
     IDispatch* d = create(kProgIds[i]);
     ASSERT_NE(nullptr, d);
     const GUID iid = recordedGuid(std::wstring(L"_") + kClassNames[i]);
@@ -76,30 +76,30 @@ TEST_F(Lifetime, LiveObjectsKeepTheModuleLoaded) {
   IDispatch* b = create(L"LumoSmsManager.clsSmsManager");
   ASSERT_NE(nullptr, a);
   ASSERT_NE(nullptr, b);
-  EXPECT_EQ(S_FALSE, Server::get().canUnloadNow());
+  EXPECT_EQ(S_FALSE, server().canUnloadNow());
   a->Release();
-  EXPECT_EQ(S_FALSE, Server::get().canUnloadNow());
+  EXPECT_EQ(S_FALSE, server().canUnloadNow());
   b->Release();
-  EXPECT_EQ(S_OK, Server::get().canUnloadNow());
+  EXPECT_EQ(S_OK, server().canUnloadNow());
 }
 
 TEST_F(Lifetime, LocksKeepTheModuleLoaded) {
   IClassFactory* factory = nullptr;
-  ASSERT_EQ(S_OK, Server::get().getClassObject(recordedGuid(L"clsParse"), IID_IClassFactory,
+  ASSERT_EQ(S_OK, server().getClassObject(recordedGuid(L"clsParse"), IID_IClassFactory,
                                                reinterpret_cast<void**>(&factory)));
   EXPECT_EQ(S_OK, factory->LockServer(TRUE));
   EXPECT_EQ(S_OK, factory->LockServer(TRUE));
-  EXPECT_EQ(S_FALSE, Server::get().canUnloadNow());
+  EXPECT_EQ(S_FALSE, server().canUnloadNow());
   EXPECT_EQ(S_OK, factory->LockServer(FALSE));
-  EXPECT_EQ(S_FALSE, Server::get().canUnloadNow());
+  EXPECT_EQ(S_FALSE, server().canUnloadNow());
   EXPECT_EQ(S_OK, factory->LockServer(FALSE));
-  EXPECT_EQ(S_OK, Server::get().canUnloadNow());
+  EXPECT_EQ(S_OK, server().canUnloadNow());
   factory->Release();
 }
 
 TEST_F(Lifetime, ClassObjectsRefuseAggregationAndUnknownClasses) {
   IClassFactory* factory = nullptr;
-  ASSERT_EQ(S_OK, Server::get().getClassObject(recordedGuid(L"clsSaveFile"), IID_IClassFactory,
+  ASSERT_EQ(S_OK, server().getClassObject(recordedGuid(L"clsSaveFile"), IID_IClassFactory,
                                                reinterpret_cast<void**>(&factory)));
   IUnknown* outer = reinterpret_cast<IUnknown*>(factory);  // any non-null controlling unknown
   IUnknown* object = nullptr;
@@ -110,7 +110,7 @@ TEST_F(Lifetime, ClassObjectsRefuseAggregationAndUnknownClasses) {
   factory->Release();
 
   EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE,
-            Server::get().getClassObject(IID_IPersist, IID_IClassFactory, reinterpret_cast<void**>(&factory)));
+            server().getClassObject(IID_IPersist, IID_IClassFactory, reinterpret_cast<void**>(&factory)));
 }
 
 }  // namespace

@@ -12,13 +12,8 @@ constexpr SCODE kKeyAlreadyExists = static_cast<SCODE>(0x800A01C9);
 class ParseLateBound : public ComObjectTest {
  protected:
   void SetUp() override {
-    object_ = create(L"LumoSmsManager.clsParse");
+    object_ = keep(L"LumoSmsManager.clsParse");
     ASSERT_NE(nullptr, object_);
-  }
-  void TearDown() override {
-    if (object_) object_->Release();
-    object_ = nullptr;
-    ComObjectTest::TearDown();
   }
   Late parse() const { return Late(object_); }
 
@@ -31,7 +26,7 @@ class ParseLateBound : public ComObjectTest {
   }
   std::wstring property(const wchar_t* key) {
     Outcome o = parse().call(L"GetProperty", {V(key)});
-    EXPECT_EQ(S_OK, o.hr) << "GetProperty " << narrow(key) << ": " << o;
+    EXPECT_EQ(S_OK, o.hr) << "GetProperty " << u8(key) << ": " << o;
     return o.text();
   }
 

@@ -16,21 +16,21 @@ class Registration : public testing::Test {
  protected:
   void TearDown() override {
     // Whatever a failed expectation left behind goes, so later tests start clean.
-    Server::get().unregisterServer();
-    Server::get().install(false, L"user");
-    EXPECT_EQ(S_OK, Server::get().canUnloadNow());
+    server().unregisterServer();
+    server().install(false, L"user");
+    EXPECT_EQ(S_OK, server().canUnloadNow());
   }
 
   void expectRegistered(HKEY root) {
     const std::wstring libid = guidText(recordedGuid(L"LumoSmsManager"));
     const std::wstring path = dllPath();
     for (const wchar_t* name : kClassNames) {
-      SCOPED_TRACE(narrow(name));
+      SCOPED_TRACE(u8(name));
       const std::wstring clsid = guidText(recordedGuid(name));
       const std::wstring progId = std::wstring(L"LumoSmsManager.") + name;
       const std::wstring key = kClasses + L"\\CLSID\\" + clsid;
       EXPECT_TRUE(samePath(path, regText(root, key + L"\\InprocServer32")))
-          << narrow(regText(root, key + L"\\InprocServer32"));
+          << u8(regText(root, key + L"\\InprocServer32"));
       EXPECT_EQ(L"Apartment", regText(root, key + L"\\InprocServer32", L"ThreadingModel"));
       EXPECT_EQ(progId + L".1", regText(root, key + L"\\ProgID"));
       EXPECT_EQ(progId, regText(root, key + L"\\VersionIndependentProgID"));
@@ -50,10 +50,10 @@ class Registration : public testing::Test {
     }
     const std::wstring lib = kClasses + L"\\TypeLib\\" + libid + L"\\1.0";
     const wchar_t* platform = sizeof(void*) == 8 ? L"\\0\\win64" : L"\\0\\win32";
-    EXPECT_TRUE(samePath(path, regText(root, lib + platform))) << narrow(regText(root, lib + platform));
+    EXPECT_TRUE(samePath(path, regText(root, lib + platform))) << u8(regText(root, lib + platform));
     EXPECT_EQ(L"0", regText(root, lib + L"\\FLAGS"));
     std::wstring dir = path.substr(0, path.find_last_of(L'\\'));
-    EXPECT_TRUE(samePath(dir, regText(root, lib + L"\\HELPDIR"))) << narrow(regText(root, lib + L"\\HELPDIR"));
+    EXPECT_TRUE(samePath(dir, regText(root, lib + L"\\HELPDIR"))) << u8(regText(root, lib + L"\\HELPDIR"));
   }
 
   void expectUnchanged(const Snapshot& before, HKEY root, const char* what) {
@@ -66,7 +66,7 @@ TEST_F(Registration, MachineWideWritesTheClassesAndUnregisteringRestoresTheHive)
   Snapshot machine = snapshot(HKEY_LOCAL_MACHINE, kClasses);
   Snapshot user = snapshot(HKEY_CURRENT_USER, kClasses);
   ASSERT_FALSE(machine.empty());
-  ASSERT_EQ(S_OK, Server::get().registerServer());
+  ASSERT_EQ(S_OK, server().registerServer());
   expectRegistered(HKEY_LOCAL_MACHINE);
   expectUnchanged(user, HKEY_CURRENT_USER, "the user's classes");
 
@@ -82,7 +82,7 @@ TEST_F(Registration, MachineWideWritesTheClassesAndUnregisteringRestoresTheHive)
   SysFreeString(name);
   lib->Release();
 
-  ASSERT_EQ(S_OK, Server::get().unregisterServer());
+  ASSERT_EQ(S_OK, server().unregisterServer());
   expectUnchanged(machine, HKEY_LOCAL_MACHINE, "the machine's classes");
   EXPECT_NE(S_OK, CLSIDFromProgID(L"LumoSmsManager.clsParse", &clsid));
 }
@@ -90,45 +90,45 @@ TEST_F(Registration, MachineWideWritesTheClassesAndUnregisteringRestoresTheHive)
 TEST_F(Registration, PerUserWritesOnlyTheUsersClassesAndUnregisteringRestoresThem) {
   Snapshot machine = snapshot(HKEY_LOCAL_MACHINE, kClasses);
   Snapshot user = snapshot(HKEY_CURRENT_USER, kClasses);
-  ASSERT_EQ(S_OK, Server::get().install(true, L"user"));
+  ASSERT_EQ(S_OK, server().install(true, L"user"));
   expectRegistered(HKEY_CURRENT_USER);
   expectUnchanged(machine, HKEY_LOCAL_MACHINE, "the machine's classes");
-  ASSERT_EQ(S_OK, Server::get().install(false, L"user"));
+  ASSERT_EQ(S_OK, server().install(false, L"user"));
   expectUnchanged(user, HKEY_CURRENT_USER, "the user's classes");
 }
 
 TEST_F(Registration, UserCommandIgnoresLetterCase) {
   Snapshot user = snapshot(HKEY_CURRENT_USER, kClasses);
-  ASSERT_EQ(S_OK, Server::get().install(true, L"USER"));
+  ASSERT_EQ(S_OK, server().install(true, L"USER"));
   EXPECT_TRUE(keyExists(HKEY_CURRENT_USER, kClasses + L"\\LumoSmsManager.clsParse"));
-  ASSERT_EQ(S_OK, Server::get().install(false, L"User"));
+  ASSERT_EQ(S_OK, server().install(false, L"User"));
   expectUnchanged(user, HKEY_CURRENT_USER, "the user's classes");
 }
 
 TEST_F(Registration, InstallWithoutCommandLineIsMachineWide) {
   Snapshot machine = snapshot(HKEY_LOCAL_MACHINE, kClasses);
-  ASSERT_EQ(S_OK, Server::get().install(true, nullptr));
+  ASSERT_EQ(S_OK, server().install(true, nullptr));
   expectRegistered(HKEY_LOCAL_MACHINE);
-  ASSERT_EQ(S_OK, Server::get().install(false, L""));
+  ASSERT_EQ(S_OK, server().install(false, L""));
   expectUnchanged(machine, HKEY_LOCAL_MACHINE, "the machine's classes");
 }
 
 TEST_F(Registration, UnknownInstallCommandChangesNothing) {
   Snapshot machine = snapshot(HKEY_LOCAL_MACHINE, kClasses);
   Snapshot user = snapshot(HKEY_CURRENT_USER, kClasses);
-  EXPECT_EQ(E_INVALIDARG, Server::get().install(true, L"everyone"));
+  EXPECT_EQ(E_INVALIDARG, server().install(true, L"everyone"));
   expectUnchanged(machine, HKEY_LOCAL_MACHINE, "the machine's classes");
   expectUnchanged(user, HKEY_CURRENT_USER, "the user's classes");
 }
 
 TEST_F(Registration, RegisteringTwiceAndUnregisteringTwiceIsHarmless) {
   Snapshot machine = snapshot(HKEY_LOCAL_MACHINE, kClasses);
-  ASSERT_EQ(S_OK, Server::get().registerServer());
+  ASSERT_EQ(S_OK, server().registerServer());
   Snapshot once = snapshot(HKEY_LOCAL_MACHINE, kClasses);
-  ASSERT_EQ(S_OK, Server::get().registerServer());
+  ASSERT_EQ(S_OK, server().registerServer());
   expectUnchanged(once, HKEY_LOCAL_MACHINE, "a second registration");
-  ASSERT_EQ(S_OK, Server::get().unregisterServer());
-  ASSERT_EQ(S_OK, Server::get().unregisterServer());
+  ASSERT_EQ(S_OK, server().unregisterServer());
+  ASSERT_EQ(S_OK, server().unregisterServer());
   expectUnchanged(machine, HKEY_LOCAL_MACHINE, "the machine's classes");
 }
 
@@ -139,8 +139,8 @@ TEST_F(Registration, UnregisteringLeavesOtherVersionsOfTheLibraryAlone) {
   ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_LOCAL_MACHINE, other.c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, &key,
                                            nullptr));
   RegCloseKey(key);
-  ASSERT_EQ(S_OK, Server::get().registerServer());
-  ASSERT_EQ(S_OK, Server::get().unregisterServer());
+  ASSERT_EQ(S_OK, server().registerServer());
+  ASSERT_EQ(S_OK, server().unregisterServer());
   EXPECT_TRUE(keyExists(HKEY_LOCAL_MACHINE, other));
   EXPECT_FALSE(keyExists(HKEY_LOCAL_MACHINE,
                          kClasses + L"\\TypeLib\\" + guidText(recordedGuid(L"LumoSmsManager")) + L"\\1.0"));

@@ -3,17 +3,21 @@
 # (regsvr32 /s) and per user (regsvr32 /s /n /i:user), each undone with /u. The
 # registration must be visible in its own hive only, and each hive exported with
 # regedit after unregistering must be byte for byte the export taken before.
+# It runs in a fresh prefix of its own, so that nothing another test left in a
+# hive (or changes meanwhile) comes into the comparison.
 # Usage: regsvr32-roundtrip.sh <path of LumoSmsManager.dll>
 set -u
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 root="$(cd "$here/../.." && pwd)"
-. "$root/scripts/wine-env"
+. "$root/tests/support/wine.sh"
+lumo_wine_temp_prefix
+prefix="$WINEPREFIX"
 
 dll_unix="$1"
-dll="Z:${dll_unix//\//\\}"
+dll="$(lumo_dos_path "$dll_unix")"
 clsid="{$(awk '$2 == "clsParse" {print $3}' "$root/com/guids.txt")}"
 work="$(mktemp -d "${TMPDIR:-/tmp}/lumo-regsvr32.XXXXXX")"
-trap 'rm -rf "$work"' EXIT
+trap 'rm -rf "$work"; lumo_wine_remove_prefix "$prefix"' EXIT
 failures=0
 fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
 wine() { "$LUMO_WINE" "$@"; }
@@ -22,7 +26,7 @@ wine() { "$LUMO_WINE" "$@"; }
 export_hive() {
   local key="$1" file="$2"
   rm -f "$file"
-  wine regedit /E "Z:${file//\//\\}" "$key" >/dev/null 2>&1
+  wine regedit /E "$(lumo_dos_path "$file")" "$key" >/dev/null 2>&1
   [ -f "$file" ] || : >"$file"  # a hive without the key exports as nothing
 }
 same_export() {

@@ -2,6 +2,7 @@
 // shared property manager ("PropsMgr.ShareProps", created by ProgID through the
 // Windows platform) for this process's property string.
 #include "com_support.h"
+#include "tests/support/win/unknown.h"
 
 namespace comtest {
 namespace {
@@ -13,19 +14,9 @@ const std::wstring kProgIdKey = L"Software\\Classes\\PropsMgr.ShareProps";
 // here while the stand-in is registered, and put back afterwards.
 const std::wstring kBackupKey = L"Software\\LumoComTests\\PropsMgr.ShareProps";
 
-class StandInFactory final : public IClassFactory {
+class StandInFactory final : public lumo::test::RefCounted<IClassFactory> {
  public:
   explicit StandInFactory(IDispatch* object) : object_(object) {}
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override {
-    if (IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_IClassFactory)) {
-      *ppv = static_cast<IClassFactory*>(this);
-      return S_OK;
-    }
-    *ppv = nullptr;
-    return E_NOINTERFACE;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
-  ULONG STDMETHODCALLTYPE Release() override { return 1; }
   HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID riid, void** ppv) override {
     ++created;
     if (outer) return CLASS_E_NOAGGREGATION;
@@ -71,7 +62,10 @@ class SessionFromHost : public ComObjectTest {
       EXPECT_TRUE(copyTree(kBackupKey, kProgIdKey));
       RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\LumoComTests");
     }
-    delete factory_;
+    if (factory_) {
+      EXPECT_EQ(1u, factory_->refs()) << "COM let go of the class object it was given";
+      factory_->Release();
+    }
     manager_->Release();
     ComObjectTest::TearDown();
   }

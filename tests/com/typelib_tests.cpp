@@ -108,12 +108,12 @@ class TypeLibrary : public testing::Test {
  protected:
   void SetUp() override {
     ITypeLib* lib = nullptr;
-    ASSERT_EQ(S_OK, LoadTypeLibEx(dllPath().c_str(), REGKIND_NONE, &lib)) << narrow(dllPath());
+    ASSERT_EQ(S_OK, LoadTypeLibEx(dllPath().c_str(), REGKIND_NONE, &lib)) << u8(dllPath());
     lib_.reset(lib);
   }
   void TearDown() override {
     lib_.reset();
-    EXPECT_EQ(S_OK, Server::get().canUnloadNow());
+    EXPECT_EQ(S_OK, server().canUnloadNow());
   }
 
   InfoPtr byName(const std::wstring& name) {
@@ -126,7 +126,7 @@ class TypeLibrary : public testing::Test {
         return InfoPtr(info);
       }
     }
-    ADD_FAILURE() << "the type library has no type " << narrow(name);
+    ADD_FAILURE() << "the type library has no type " << u8(name);
     return InfoPtr();
   }
 
@@ -138,9 +138,9 @@ class TypeLibrary : public testing::Test {
     TYPEATTR* attr = nullptr;
     ASSERT_EQ(S_OK, listed->GetTypeAttr(&attr));
     EXPECT_EQ(TKIND_DISPATCH, attr->typekind) << "a dual interface is listed as its dispinterface";
-    EXPECT_TRUE(attr->wTypeFlags & TYPEFLAG_FDUAL) << narrow(name) << " is not dual";
-    EXPECT_TRUE(attr->wTypeFlags & TYPEFLAG_FDISPATCHABLE) << narrow(name);
-    EXPECT_EQ(guidText(recordedGuid(name)), guidText(attr->guid)) << narrow(name);
+    EXPECT_TRUE(attr->wTypeFlags & TYPEFLAG_FDUAL) << u8(name) << " is not dual";
+    EXPECT_TRUE(attr->wTypeFlags & TYPEFLAG_FDISPATCHABLE) << u8(name);
+    EXPECT_EQ(guidText(recordedGuid(name)), guidText(attr->guid)) << u8(name);
     listed->ReleaseTypeAttr(attr);
 
     HREFTYPE ref = 0;
@@ -150,8 +150,8 @@ class TypeLibrary : public testing::Test {
     InfoPtr vtable(raw);
     ASSERT_EQ(S_OK, vtable->GetTypeAttr(&attr));
     EXPECT_EQ(TKIND_INTERFACE, attr->typekind);
-    EXPECT_TRUE(attr->wTypeFlags & TYPEFLAG_FOLEAUTOMATION) << narrow(name) << " is not oleautomation";
-    EXPECT_TRUE(attr->wTypeFlags & TYPEFLAG_FDUAL) << narrow(name) << " is not dual";
+    EXPECT_TRUE(attr->wTypeFlags & TYPEFLAG_FOLEAUTOMATION) << u8(name) << " is not oleautomation";
+    EXPECT_TRUE(attr->wTypeFlags & TYPEFLAG_FDUAL) << u8(name) << " is not dual";
     UINT functions = attr->cFuncs;
     vtable->ReleaseTypeAttr(attr);
 
@@ -169,14 +169,14 @@ class TypeLibrary : public testing::Test {
       if (actualMembers.empty() || actualMembers.back() != member) actualMembers.push_back(member);
     }
     std::vector<std::string> want, got;
-    for (const auto& s : expected) want.push_back(narrow(s));
-    for (const auto& s : actual) got.push_back(narrow(s));
-    EXPECT_EQ(want, got) << "functions of " << narrow(name) << " in slot order";
+    for (const auto& s : expected) want.push_back(u8(s));
+    for (const auto& s : actual) got.push_back(u8(s));
+    EXPECT_EQ(want, got) << "functions of " << u8(name) << " in slot order";
 
     std::vector<std::string> wantMembers, gotMembers;
-    for (const auto& s : members) wantMembers.push_back(narrow(s));
-    for (const auto& s : actualMembers) gotMembers.push_back(narrow(s));
-    EXPECT_EQ(wantMembers, gotMembers) << "members of " << narrow(name) << " in slot order";
+    for (const auto& s : members) wantMembers.push_back(u8(s));
+    for (const auto& s : actualMembers) gotMembers.push_back(u8(s));
+    EXPECT_EQ(wantMembers, gotMembers) << "members of " << u8(name) << " in slot order";
   }
 
   void expectEnum(const std::wstring& name, const std::vector<std::pair<std::wstring, long>>& expected) {
@@ -184,21 +184,21 @@ class TypeLibrary : public testing::Test {
     ASSERT_TRUE(info);
     TYPEATTR* attr = nullptr;
     ASSERT_EQ(S_OK, info->GetTypeAttr(&attr));
-    EXPECT_EQ(TKIND_ENUM, attr->typekind) << narrow(name);
+    EXPECT_EQ(TKIND_ENUM, attr->typekind) << u8(name);
     UINT count = attr->cVars;
     info->ReleaseTypeAttr(attr);
     std::vector<std::pair<std::string, long>> got, want;
-    for (const auto& [n, v] : expected) want.emplace_back(narrow(n), v);
+    for (const auto& [n, v] : expected) want.emplace_back(u8(n), v);
     for (UINT i = 0; i < count; ++i) {
       VARDESC* var = nullptr;
       ASSERT_EQ(S_OK, info->GetVarDesc(i, &var));
       EXPECT_EQ(VAR_CONST, var->varkind);
       V value;
       VariantChangeType(value.get(), var->lpvarValue, 0, VT_I4);
-      got.emplace_back(narrow(nameOf(info.get(), var->memid)), V_I4(value.get()));
+      got.emplace_back(u8(nameOf(info.get(), var->memid)), V_I4(value.get()));
       info->ReleaseVarDesc(var);
     }
-    EXPECT_EQ(want, got) << "members of " << narrow(name) << " in published order";
+    EXPECT_EQ(want, got) << "members of " << u8(name) << " in published order";
   }
 
   LibPtr lib_;
@@ -222,7 +222,7 @@ TEST_F(TypeLibrary, HoldsExactlyThePublishedTypes) {
   for (UINT i = 0; i < lib_->GetTypeInfoCount(); ++i) {
     BSTR n = nullptr;
     lib_->GetDocumentation(static_cast<INT>(i), &n, nullptr, nullptr, nullptr);
-    names.insert(narrow(takeBstr(n)));
+    names.insert(u8(takeBstr(n)));
   }
   std::set<std::string> expected{"Enu_Func_AccessMask", "Enu_Func_ObjectType", "Enu_Func_ObjectID",
                                  "Enum_MsgBoxType",     "Enum_MsgBoxResult",   "Enum_ColType",
@@ -235,7 +235,7 @@ TEST_F(TypeLibrary, HoldsExactlyThePublishedTypes) {
 
 TEST_F(TypeLibrary, CoclassesAreCreatableWithTheirDefaultInterface) {
   for (const wchar_t* cls : {L"clsSmsManager", L"clsParse", L"clsDispBuilder", L"clsSaveFile"}) {
-    SCOPED_TRACE(narrow(cls));
+    SCOPED_TRACE(u8(cls));
     InfoPtr info = byName(cls);
     ASSERT_TRUE(info);
     TYPEATTR* attr = nullptr;

@@ -19,7 +19,7 @@ class Unavailable : public ComObjectTest {
     IDispatch* d = create((std::wstring(L"LumoSmsManager.") + className).c_str());
     ASSERT_NE(nullptr, d);
     for (Member& m : members) {
-      SCOPED_TRACE(narrow(std::wstring(className) + L"." + m.name) + " kind " + std::to_string(m.kind));
+      SCOPED_TRACE(u8(std::wstring(className) + L"." + m.name) + " kind " + std::to_string(m.kind));
       Outcome o = Late(d).invoke(m.name, m.kind, m.args);
       EXPECT_EQ(DISP_E_EXCEPTION, o.hr) << o;
       EXPECT_EQ(kNotImplemented, o.scode) << o;

@@ -15,14 +15,14 @@
 #include "display/displayer.h"
 #include "display/win/windows.h"
 #include "fake_platform.h"
-#include "tests/win_support.h"
+#include "tests/support/win/pump.h"
 
 namespace lumo::display::test {
 namespace {
 
 using lumo::win32::displayer::kClass;
 using lumo::win32::displayer::kMenuIdBase;
-using lumo::winsupport::pumpFor;
+using lumo::test::pumpFor;
 
 // The platform of these tests: help calls are recorded; the help window that
 // HtmlHelp would open is a small hidden window of our own (or none, as when the

@@ -13,9 +13,13 @@
 #include "com_support.h"
 #include "display/displayer.h"
 #include "display/win/windows.h"
-#include "tests/win_support.h"
 #include "held_file.h"
-#include "png_writer.h"
+#include "tests/support/win/boxes.h"
+#include "tests/support/win/files.h"
+#include "tests/support/win/pump.h"
+#include "tests/support/win/screenshot.h"
+#include "tests/support/win/windows.h"
+#include "win32/controls.h"
 
 namespace comtest {
 namespace {
@@ -23,35 +27,20 @@ namespace {
 using lumo::display::DisplayMenu;
 using lumo::win32::displayer::kMenuIdBase;
 using lumo::win32::displayer::kToolIdBase;
+using lumo::test::childOfClass;
+using lumo::test::className;
+using lumo::test::pressButton;
+using lumo::test::readFile;
+using lumo::test::tempFile;
 
 constexpr int kToolOpen = kToolIdBase + 0, kToolSave = kToolIdBase + 1, kToolPrint = kToolIdBase + 2,
               kToolPreview = kToolIdBase + 3;
 
 int menuId(DisplayMenu m) { return kMenuIdBase + static_cast<int>(m); }
 
-void pump(int milliseconds) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
-  MSG msg;
-  while (std::chrono::steady_clock::now() < end) {
-    while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
-      TranslateMessage(&msg);
-      DispatchMessageW(&msg);
-    }
-    Sleep(10);
-  }
-}
+void pump(int milliseconds) { lumo::test::pumpFor(milliseconds); }
 
-std::wstring className(HWND h) {
-  wchar_t buf[64] = {};
-  GetClassNameW(h, buf, 64);
-  return buf;
-}
-
-std::wstring windowText(HWND h) {
-  wchar_t buf[1024] = {};
-  GetWindowTextW(h, buf, 1024);
-  return buf;
-}
+std::wstring windowText(HWND h) { return lumo::test::wide(lumo::win32::windowText(h)); }
 
 // A visible dialog (#32770) of this thread.
 HWND findDialog() {
@@ -88,7 +77,7 @@ void CALLBACK driverTick(HWND, UINT, UINT_PTR, DWORD) {
     HWND dlg = g_driver->later ? findDialog() : nullptr;
     if (dlg) {
       g_driver->later->push_back(dialogTexts(dlg));
-      PostMessageW(dlg, WM_COMMAND, IDCANCEL, 0);
+      pressButton(dlg, IDCANCEL);
     }
     return;
   }
@@ -97,7 +86,7 @@ void CALLBACK driverTick(HWND, UINT, UINT_PTR, DWORD) {
     g_driver->answered = true;
   } else if (dlg && std::chrono::steady_clock::now() > g_driver->deadline) {
     // Never hang the suite on a dialog that could not be answered.
-    PostMessageW(dlg, WM_COMMAND, IDCANCEL, 0);
+    pressButton(dlg, IDCANCEL);
   }
 }
 
@@ -121,7 +110,7 @@ std::function<bool(HWND)> chooseFile(const std::wstring& path) {
     if (!edit) edit = GetDlgItem(dlg, 0x480);  // edt1
     if (!edit) return false;
     SetWindowTextW(edit, path.c_str());
-    PostMessageW(dlg, WM_COMMAND, MAKEWPARAM(IDOK, BN_CLICKED), reinterpret_cast<LPARAM>(GetDlgItem(dlg, IDOK)));
+    pressButton(dlg, IDOK);
     return true;
   };
 }
@@ -143,20 +132,9 @@ std::wstring dialogTexts(HWND dlg) {
 std::function<bool(HWND)> readMessageBox(std::wstring* text, int button) {
   return [text, button](HWND dlg) {
     *text = dialogTexts(dlg);
-    PostMessageW(dlg, WM_COMMAND, MAKEWPARAM(button, BN_CLICKED), reinterpret_cast<LPARAM>(GetDlgItem(dlg, button)));
+    pressButton(dlg, button);
     return true;
   };
-}
-
-std::string readFile(const std::wstring& path) {
-  std::string bytes;
-  FILE* f = _wfopen(path.c_str(), L"rb");
-  if (!f) return "<missing>";
-  char buf[65536];
-  std::size_t n;
-  while ((n = fread(buf, 1, sizeof buf, f)) > 0) bytes.append(buf, n);
-  fclose(f);
-  return bytes;
 }
 
 std::string cp936(const std::wstring& s) {
@@ -167,27 +145,18 @@ std::string cp936(const std::wstring& s) {
   return out;
 }
 
-std::wstring tempFile(const wchar_t* name) {
-  wchar_t dir[MAX_PATH] = {};
-  GetTempPathW(MAX_PATH, dir);
-  std::wstring path = std::wstring(dir) + name;
-  DeleteFileW(path.c_str());
-  return path;
+std::wstring shotPath(const char* name) {
+  return lumo::test::wide(lumo::test::windowsPath(std::string(LUMO_SHOTS_DIR) + "/" + name));
 }
-
-std::wstring shotPath(const char* name) { return windowsPath((std::string(LUMO_SHOTS_DIR) + "/" + name).c_str()); }
-
-HWND childOfClass(HWND parent, const wchar_t* cls) { return FindWindowExW(parent, nullptr, cls, nullptr); }
 
 class DisplayWindow : public ComObjectTest {
  protected:
   void SetUp() override {
-    builder_ = create(L"LumoSmsManager.clsDispBuilder");
+    builder_ = keep(L"LumoSmsManager.clsDispBuilder");
     ASSERT_NE(nullptr, builder_);
   }
   void TearDown() override {
-    if (builder_) builder_->Release();
-    for (IDispatch* d : others_) d->Release();
+    release();
     pump(100);
     // A list window shown modeless outlives its builder, as the user's window does;
     // those a test left open are closed here, before the unload check.
@@ -196,13 +165,9 @@ class DisplayWindow : public ComObjectTest {
     ComObjectTest::TearDown();
   }
   static std::vector<HWND> listWindows() {
-    return lumo::winsupport::threadWindowsOfClass(lumo::win32::displayer::kClass);
+    return lumo::test::threadWindowsOfClass(lumo::win32::displayer::kClass);
   }
-  IDispatch* another() {
-    IDispatch* d = create(L"LumoSmsManager.clsDispBuilder");
-    if (d) others_.push_back(d);
-    return d;
-  }
+  IDispatch* another() { return keep(L"LumoSmsManager.clsDispBuilder"); }
 
   // Titles, three columns (the second numeric), rows, caption; shown modeless.
   HWND showTable(IDispatch* b, const std::wstring& caption, const std::vector<std::wstring>& rows) {
@@ -224,7 +189,6 @@ class DisplayWindow : public ComObjectTest {
   }
 
   IDispatch* builder_ = nullptr;
-  std::vector<IDispatch*> others_;
 };
 
 const std::vector<std::wstring> kRows = {L"张三\t12\t甲组", L"李四\t7\t乙组", L"王五\t130\t"};
@@ -315,7 +279,7 @@ TEST_F(DisplayWindow, ShowsTheTableInARealWindow) {
   EXPECT_EQ(tr.bottom, lr.top);
   EXPECT_EQ(sr.top, lr.bottom);
 
-  EXPECT_TRUE(disptest::saveWindowPng(w, shotPath("display-window.png")));
+  EXPECT_TRUE(lumo::test::saveWindowPng(w, shotPath("display-window.png")));
 
   // Hiding the tool bar gives its room to the list.
   SendMessageW(w, WM_COMMAND, menuId(DisplayMenu::ViewToolbar), 0);
@@ -371,7 +335,7 @@ TEST_F(DisplayWindow, CancellingTheSaveDialogChangesNothing) {
   HWND w = showTable(builder_, L"取消测试", kRows);
   ASSERT_NE(nullptr, w);
   ASSERT_TRUE(commandWithDialog(w, menuId(DisplayMenu::FileSave), [](HWND dlg) {
-    PostMessageW(dlg, WM_COMMAND, IDCANCEL, 0);
+    pressButton(dlg, IDCANCEL);
     return true;
   }));
   EXPECT_EQ(std::wstring(L"取消测试"), windowText(w));
@@ -391,7 +355,7 @@ void expectRefusedSave(HWND w, const std::wstring& caption, const std::wstring& 
   std::vector<std::wstring> later;
   ASSERT_TRUE(commandWithDialog(w, kToolSave, chooseFile(path), &later));
   pump(200);
-  EXPECT_TRUE(later.empty()) << "a failed save is not reported: " << narrow(later.empty() ? L"" : later[0]);
+  EXPECT_TRUE(later.empty()) << "a failed save is not reported: " << u8(later.empty() ? L"" : later[0]);
   EXPECT_EQ(std::wstring(L"保存 ..."), statusText(w));
   EXPECT_EQ(caption, windowText(w)) << "no file name joins the caption";
   freeTheFile();
@@ -468,12 +432,12 @@ TEST_F(DisplayWindow, FontDialogSetsTheListFontAndCancelKeepsIt) {
   HWND list = childOfClass(w, WC_LISTVIEWW);
   const HFONT before = reinterpret_cast<HFONT>(SendMessageW(list, WM_GETFONT, 0, 0));
   ASSERT_TRUE(commandWithDialog(w, menuId(DisplayMenu::FormatFont), [](HWND dlg) {
-    PostMessageW(dlg, WM_COMMAND, IDCANCEL, 0);
+    pressButton(dlg, IDCANCEL);
     return true;
   }));
   EXPECT_EQ(before, reinterpret_cast<HFONT>(SendMessageW(list, WM_GETFONT, 0, 0)));
   ASSERT_TRUE(commandWithDialog(w, menuId(DisplayMenu::FormatFont), [](HWND dlg) {
-    PostMessageW(dlg, WM_COMMAND, MAKEWPARAM(IDOK, BN_CLICKED), reinterpret_cast<LPARAM>(GetDlgItem(dlg, IDOK)));
+    pressButton(dlg, IDOK);
     return true;
   }));
   const HFONT after = reinterpret_cast<HFONT>(SendMessageW(list, WM_GETFONT, 0, 0));
@@ -515,10 +479,10 @@ TEST_F(DisplayWindow, PrintingWithoutAPrinterSaysSo) {
   ASSERT_NE(nullptr, w);
   std::wstring text;
   ASSERT_TRUE(commandWithDialog(w, kToolPrint, readMessageBox(&text, IDOK)));
-  EXPECT_NE(std::wstring::npos, text.find(L"没有安装打印机")) << narrow(text);
+  EXPECT_NE(std::wstring::npos, text.find(L"没有安装打印机")) << u8(text);
   text.clear();
   ASSERT_TRUE(commandWithDialog(w, menuId(DisplayMenu::FilePrintSetup), readMessageBox(&text, IDOK)));
-  EXPECT_NE(std::wstring::npos, text.find(L"没有安装打印机")) << narrow(text);
+  EXPECT_NE(std::wstring::npos, text.find(L"没有安装打印机")) << u8(text);
   EXPECT_TRUE(IsWindow(w));
 }
 
@@ -533,13 +497,13 @@ TEST_F(DisplayWindow, PreviewShowsPagesWithoutAPrinter) {
   ASSERT_NE(nullptr, preview);
   EXPECT_TRUE(IsWindowVisible(preview));
   const std::wstring first = windowText(preview);
-  EXPECT_NE(std::wstring::npos, first.find(L"第 1 页")) << narrow(first);
-  EXPECT_NE(std::wstring::npos, first.find(L"共 3 页")) << narrow(first);
-  EXPECT_TRUE(disptest::saveWindowPng(preview, shotPath("display-preview-page1.png")));
+  EXPECT_NE(std::wstring::npos, first.find(L"第 1 页")) << u8(first);
+  EXPECT_NE(std::wstring::npos, first.find(L"共 3 页")) << u8(first);
+  EXPECT_TRUE(lumo::test::saveWindowPng(preview, shotPath("display-preview-page1.png")));
   SendMessageW(preview, WM_KEYDOWN, VK_NEXT, 0);
   pump(300);
   EXPECT_NE(std::wstring::npos, windowText(preview).find(L"第 2 页"));
-  EXPECT_TRUE(disptest::saveWindowPng(preview, shotPath("display-preview-page2.png")));
+  EXPECT_TRUE(lumo::test::saveWindowPng(preview, shotPath("display-preview-page2.png")));
   SendMessageW(preview, WM_KEYDOWN, VK_PRIOR, 0);
   EXPECT_NE(std::wstring::npos, windowText(preview).find(L"第 1 页"));
   SendMessageW(preview, WM_KEYDOWN, VK_ESCAPE, 0);
@@ -552,7 +516,7 @@ std::vector<std::wstring> dialogsDuring(const std::function<void()>& action) {
   std::vector<std::wstring> seen;
   DialogDriver driver{[&seen](HWND dlg) {
                         seen.push_back(dialogTexts(dlg));
-                        PostMessageW(dlg, WM_COMMAND, IDCANCEL, 0);
+                        pressButton(dlg, IDCANCEL);
                         return true;
                       },
                       false, std::chrono::steady_clock::now() + std::chrono::seconds(20), &seen};
@@ -595,7 +559,7 @@ TEST_F(DisplayWindow, HelpKeysWithoutAHelpFileShowNothingAndTheWindowGoesOn) {
   // The help library was asked (the add-in loads it on the first help call) ...
   EXPECT_NE(nullptr, GetModuleHandleW(L"hhctrl.ocx")) << "the help keys reach the system's help";
   // ... and with no file to show, nothing appears: no message, no window.
-  EXPECT_TRUE(dialogs.empty()) << narrow(dialogs.empty() ? L"" : dialogs[0]);
+  EXPECT_TRUE(dialogs.empty()) << u8(dialogs.empty() ? L"" : dialogs[0]);
   EXPECT_EQ(windowsBefore, visibleWindowsOfThisThread());
   EXPECT_TRUE(IsWindowVisible(w));
 
@@ -643,19 +607,19 @@ TEST_F(DisplayWindow, NoPromptWhenNothingIsToBeShown) {
 TEST_F(DisplayWindow, AModelessWindowOutlivesItsBuilderAndKeepsTheServerLoadedUntilClosed) {
   HWND w = showTable(builder_, L"独立窗口", kRows);
   ASSERT_NE(nullptr, w);
-  builder_->Release();
+  release();  // the builder goes
   builder_ = nullptr;
   pump(100);
   // The user is still looking at it: it stays, whole and working.
   ASSERT_TRUE(IsWindow(w));
   EXPECT_TRUE(IsWindowVisible(w));
   EXPECT_EQ(3, ListView_GetItemCount(childOfClass(w, WC_LISTVIEWW)));
-  EXPECT_EQ(S_FALSE, Server::get().canUnloadNow());
+  EXPECT_EQ(S_FALSE, server().canUnloadNow());
   // Closed by the user, it goes and the server may unload.
   SendMessageW(w, WM_CLOSE, 0, 0);
   pump(50);
   EXPECT_FALSE(IsWindow(w));
-  EXPECT_EQ(S_OK, Server::get().canUnloadNow());
+  EXPECT_EQ(S_OK, server().canUnloadNow());
 }
 
 TEST_F(DisplayWindow, AWindowNeverShownGoesWithItsBuilder) {
@@ -664,11 +628,11 @@ TEST_F(DisplayWindow, AWindowNeverShownGoesWithItsBuilder) {
   EXPECT_EQ(S_OK, l.put(L"WindowPos", V(0)).hr);  // re-stacking makes the (hidden) window
   ASSERT_EQ(1u, listWindows().size());
   EXPECT_FALSE(IsWindowVisible(listWindows()[0]));
-  builder_->Release();
+  release();  // the builder goes
   builder_ = nullptr;
   pump(50);
   EXPECT_TRUE(listWindows().empty());
-  EXPECT_EQ(S_OK, Server::get().canUnloadNow());
+  EXPECT_EQ(S_OK, server().canUnloadNow());
 }
 
 TEST_F(DisplayWindow, ShowWithoutRowsShowsNothing) {

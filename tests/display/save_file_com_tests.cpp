@@ -3,36 +3,19 @@
 
 #include "com_support.h"
 #include "held_file.h"
+#include "tests/support/win/files.h"
 
 namespace comtest {
 namespace {
 
+using lumo::test::readFile;
+using lumo::test::tempFile;
+
 class SaveFileCom : public ComObjectTest {
  protected:
   void SetUp() override {
-    file_ = create(L"LumoSmsManager.clsSaveFile");
+    file_ = keep(L"LumoSmsManager.clsSaveFile");
     ASSERT_NE(nullptr, file_);
-  }
-  void TearDown() override {
-    if (file_) file_->Release();
-    ComObjectTest::TearDown();
-  }
-  static std::wstring temp(const wchar_t* name) {
-    wchar_t dir[MAX_PATH] = {};
-    GetTempPathW(MAX_PATH, dir);
-    std::wstring p = std::wstring(dir) + name;
-    DeleteFileW(p.c_str());
-    return p;
-  }
-  static std::string contents(const std::wstring& path) {
-    std::string bytes;
-    FILE* f = _wfopen(path.c_str(), L"rb");
-    if (!f) return "<missing>";
-    char buf[4096];
-    std::size_t n;
-    while ((n = fread(buf, 1, sizeof buf, f)) > 0) bytes.append(buf, n);
-    fclose(f);
-    return bytes;
   }
   // Setting fileName for saving must fail with 70 and leave no stream to write to.
   void expectRefused(const std::wstring& path) {
@@ -58,7 +41,7 @@ class SaveFileCom : public ComObjectTest {
     ASSERT_EQ(S_OK, f.put(L"fileName", V(path)).hr);
     EXPECT_EQ(L"新内容", f.call(L"readFirstLine").text());
     // Releasing the helper closes the file.
-    file_->Release();
+    release();
     file_ = nullptr;
   }
   IDispatch* file_ = nullptr;
@@ -67,7 +50,7 @@ class SaveFileCom : public ComObjectTest {
 TEST_F(SaveFileCom, MissingFileFailsWithItsNumberAndSource) {
   Late f(file_);
   EXPECT_EQ(S_OK, f.put(L"action", V(1)).hr);
-  const Outcome o = f.put(L"fileName", V(temp(L"lumo-missing.ldg")));
+  const Outcome o = f.put(L"fileName", V(tempFile(L"lumo-missing.ldg")));
   EXPECT_EQ(DISP_E_EXCEPTION, o.hr) << o;
   EXPECT_EQ(static_cast<SCODE>(0x800A0035), o.scode) << o;  // 53
   EXPECT_EQ(L"SmsManager.clsSaveFile.fileName", o.source);
@@ -83,7 +66,7 @@ TEST_F(SaveFileCom, WriteWithoutAFileFailsNamingTheMember) {
 }
 
 TEST_F(SaveFileCom, LinesComeBackAsACollection) {
-  const std::wstring path = temp(L"lumo-lines.txt");
+  const std::wstring path = tempFile(L"lumo-lines.txt");
   Late f(file_);
   ASSERT_EQ(S_OK, f.put(L"action", V(2)).hr);
   ASSERT_EQ(S_OK, f.put(L"fileName", V(path)).hr);
@@ -103,27 +86,27 @@ TEST_F(SaveFileCom, LinesComeBackAsACollection) {
   EXPECT_EQ(2, f.get(L"lineNum").result.ref().lVal);
   lines = Outcome();
   ASSERT_EQ(S_OK, f.put(L"action", V(2)).hr);
-  ASSERT_EQ(S_OK, f.put(L"fileName", V(temp(L"lumo-lines-2.txt"))).hr);  // lets go of the first file
+  ASSERT_EQ(S_OK, f.put(L"fileName", V(tempFile(L"lumo-lines-2.txt"))).hr);  // lets go of the first file
   DeleteFileW(path.c_str());
 }
 
 TEST_F(SaveFileCom, ATargetHeldOpenByAnotherProgramIsRefusedWithPermissionDenied) {
-  const std::wstring path = temp(L"lumo-held.ldg");
+  const std::wstring path = tempFile(L"lumo-held.ldg");
   {
     disptest::HeldFile held(path, "precious\r\n");
     ASSERT_TRUE(held.held());
     expectRefused(path);
   }
-  EXPECT_EQ("precious\r\n", contents(path)) << "the other program's file is untouched";
+  EXPECT_EQ("precious\r\n", readFile(path)) << "the other program's file is untouched";
   expectSavesAgain(path);
   DeleteFileW(path.c_str());
 }
 
 TEST_F(SaveFileCom, AReadOnlyTargetIsRefusedWithPermissionDenied) {
-  const std::wstring path = temp(L"lumo-readonly.ldg");
+  const std::wstring path = tempFile(L"lumo-readonly.ldg");
   ASSERT_TRUE(disptest::makeReadOnlyFile(path, "precious\r\n"));
   expectRefused(path);
-  EXPECT_EQ("precious\r\n", contents(path));
+  EXPECT_EQ("precious\r\n", readFile(path));
   EXPECT_TRUE(GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_READONLY) << "the attribute stays";
   SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
   expectSavesAgain(path);

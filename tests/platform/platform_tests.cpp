@@ -6,6 +6,7 @@
 #include "com/module.h"
 #include "host/platform.h"
 #include "host/services.h"
+#include "tests/support/win/text.h"
 
 namespace lumo::com {
 void installPlatform();
@@ -13,6 +14,7 @@ void uninstallPlatform();
 }  // namespace lumo::com
 
 using namespace lumo;
+using lumo::test::u16;
 
 namespace {
 
@@ -31,7 +33,7 @@ ustring systemComputerName() {
   wchar_t buf[MAX_COMPUTERNAME_LENGTH + 1];
   DWORD n = MAX_COMPUTERNAME_LENGTH + 1;
   if (!GetComputerNameW(buf, &n)) return {};
-  return ustring(reinterpret_cast<const char16_t*>(buf), n);
+  return u16(std::wstring_view(buf, n));
 }
 
 }  // namespace
@@ -78,7 +80,7 @@ TEST_F(WindowsPlatformTest, HelpWithoutItsFileShowsNothingAndDoesNotFail) {
 TEST_F(WindowsPlatformTest, ModuleDirectoryIsTheFolderOfTheLoadedModule) {
   wchar_t path[MAX_PATH];
   GetModuleFileNameW(nullptr, path, MAX_PATH);
-  ustring full(reinterpret_cast<const char16_t*>(path));
+  const ustring full = u16(path);
   EXPECT_EQ(platform().moduleDirectory(), full.substr(0, full.find_last_of(u'\\')));
 }
 

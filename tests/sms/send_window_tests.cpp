@@ -20,96 +20,37 @@
 #include "devhost/components/odbc.h"
 #include "sms/win/windows.h"
 #include "tests/sms/send_windows.h"
+#include "tests/support/win/boxes.h"
+#include "tests/support/win/pump.h"
+#include "tests/support/win/screenshot.h"
+#include "tests/support/win/server_dll.h"
+#include "tests/support/win/text.h"
+#include "tests/support/win/windows.h"
 #include "win32/controls.h"
-
-namespace lumo {
-inline void PrintTo(const Variant& v, std::ostream* os) { *os << toUtf8(v.describe()); }
-}  // namespace lumo
 
 namespace lumo::sendtest {
 namespace {
 
 using namespace lumo::win32::send_sms;
+using lumo::test::BoxWatcher;
+using lumo::test::className;
+using lumo::test::environment;
+using lumo::test::itemChecked;
+using lumo::test::itemText;
+using lumo::test::RegisteredServers;
+using lumo::test::sendWindows;
+using lumo::test::u16;
+using lumo::test::u8;
+using lumo::win::wz;
 using lumo::win32::windowText;
-using lumo::winsupport::itemChecked;
-using lumo::winsupport::itemText;
-using lumo::winsupport::sendWindows;
 namespace odbc = lumo::devhost::odbc;
 
 const wchar_t* const kTitle = L"发送短信";
 
-ustring u16(const wchar_t* s) { return ustring(reinterpret_cast<const char16_t*>(s)); }
-const wchar_t* wz(const ustring& s) { return reinterpret_cast<const wchar_t*>(s.c_str()); }
-std::string u8(const ustring& s) { return toUtf8(s); }
-
-ustring windowsPath(const char* unixPath) {
-  ustring p = u"Z:" + fromUtf8(unixPath);
-  for (auto& c : p)
-    if (c == u'/') c = u'\\';
-  return p;
-}
-
-ustring env(const wchar_t* name) {
-  wchar_t buf[1024];
-  DWORD n = GetEnvironmentVariableW(name, buf, 1024);
-  return n && n < 1024 ? ustring(reinterpret_cast<const char16_t*>(buf), n) : ustring();
-}
-
-ustring className(HWND h) {
-  wchar_t buf[128];
-  int n = GetClassNameW(h, buf, 128);
-  return ustring(reinterpret_cast<const char16_t*>(buf), n > 0 ? static_cast<std::size_t>(n) : 0);
-}
-
-template <class F>
-F exported(HMODULE m, const char* name) {
-  return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(m, name)));
-}
-
 // Runs the thread's messages for a while, as the host's loop would.
-void pump(int milliseconds = 200) {
-  const DWORD end = GetTickCount() + static_cast<DWORD>(milliseconds);
-  MSG msg;
-  while (static_cast<LONG>(end - GetTickCount()) > 0) {
-    while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
-      TranslateMessage(&msg);
-      DispatchMessageW(&msg);
-    }
-    Sleep(10);
-  }
-}
+void pump(int milliseconds = 200) { lumo::test::pumpFor(milliseconds); }
 
 // ---- message boxes ---------------------------------------------------------------------
-// A thread timer runs inside a message box's own loop: it reads each box's text
-// and presses OK.
-
-std::vector<ustring> g_boxes;
-
-BOOL CALLBACK collectBox(HWND hwnd, LPARAM) {
-  if (className(hwnd) != u"#32770" || !IsWindowVisible(hwnd)) return TRUE;
-  HWND text = GetDlgItem(hwnd, 0xFFFF);  // the message text of a message box
-  if (!text) return TRUE;
-  g_boxes.push_back(windowText(text));
-  PostMessageW(hwnd, WM_COMMAND, IDOK, 0);
-  return TRUE;
-}
-
-void CALLBACK boxTimer(HWND, UINT, UINT_PTR, DWORD) {
-  EnumThreadWindows(GetCurrentThreadId(), collectBox, 0);
-}
-
-class BoxWatcher {
- public:
-  BoxWatcher() {
-    g_boxes.clear();
-    timer_ = SetTimer(nullptr, 0, 100, boxTimer);
-  }
-  ~BoxWatcher() { KillTimer(nullptr, timer_); }
-  std::vector<ustring> boxes() const { return g_boxes; }
-
- private:
-  UINT_PTR timer_ = 0;
-};
 
 // Runs 'action', lets the messages run, and returns the texts of the message
 // boxes it brought up (each answered with OK).
@@ -175,7 +116,7 @@ struct ToolTipQuery {
 };
 BOOL CALLBACK findToolTip(HWND hwnd, LPARAM p) {
   auto* q = reinterpret_cast<ToolTipQuery*>(p);
-  if (className(hwnd) == u"tooltips_class32" && GetWindow(hwnd, GW_OWNER) == q->owner) {
+  if (className(hwnd) == L"tooltips_class32" && GetWindow(hwnd, GW_OWNER) == q->owner) {
     q->tooltip = hwnd;
     return FALSE;
   }
@@ -195,44 +136,13 @@ ustring toolTipOf(HWND owner, HWND control) {
   return u16(buf);
 }
 
-// Saves the window's pixels as a BMP (converted to PNG outside).
+// Saves a picture of the window in LUMO_SHOTS_DIR, when that names a folder.
 void saveShot(HWND hwnd, const ustring& name) {
-  const ustring dir = env(L"LUMO_SHOTS_DIR");
+  const ustring dir = environment(L"LUMO_SHOTS_DIR");
   if (dir.empty()) return;
   RedrawWindow(hwnd, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW | RDW_ALLCHILDREN | RDW_FRAME);
   pump(500);
-  RECT r;
-  GetWindowRect(hwnd, &r);
-  const int w = r.right - r.left, h = r.bottom - r.top;
-  HDC screen = GetDC(nullptr);
-  HDC mem = CreateCompatibleDC(screen);
-  HBITMAP bmp = CreateCompatibleBitmap(screen, w, h);
-  HGDIOBJ old = SelectObject(mem, bmp);
-  BitBlt(mem, 0, 0, w, h, screen, r.left, r.top, SRCCOPY);
-  SelectObject(mem, old);
-  BITMAPINFOHEADER bi{};
-  bi.biSize = sizeof bi;
-  bi.biWidth = w;
-  bi.biHeight = h;
-  bi.biPlanes = 1;
-  bi.biBitCount = 24;
-  const int stride = ((w * 3 + 3) / 4) * 4;
-  std::vector<char> pixels(static_cast<std::size_t>(stride) * h);
-  GetDIBits(mem, bmp, 0, h, pixels.data(), reinterpret_cast<BITMAPINFO*>(&bi), DIB_RGB_COLORS);
-  BITMAPFILEHEADER fh{};
-  fh.bfType = 0x4D42;
-  fh.bfOffBits = sizeof fh + sizeof bi;
-  fh.bfSize = fh.bfOffBits + static_cast<DWORD>(pixels.size());
-  const ustring path = dir + u"\\" + name + u".bmp";
-  if (FILE* f = _wfopen(wz(path), L"wb")) {
-    fwrite(&fh, sizeof fh, 1, f);
-    fwrite(&bi, sizeof bi, 1, f);
-    fwrite(pixels.data(), 1, pixels.size(), f);
-    fclose(f);
-  }
-  DeleteObject(bmp);
-  DeleteDC(mem);
-  ReleaseDC(nullptr, screen);
+  EXPECT_TRUE(lumo::test::saveWindowPng(hwnd, lumo::test::wide(dir + u"\\" + name + u".png"))) << u8(name);
 }
 
 // ---- the fixture -----------------------------------------------------------------------
@@ -243,24 +153,16 @@ class SendWindow : public ::testing::Test {
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     INITCOMMONCONTROLSEX icc{sizeof icc, ICC_TREEVIEW_CLASSES | ICC_TAB_CLASSES};
     InitCommonControlsEx(&icc);
-    for (const char* dll : {LUMO_DEVHOST_DLL, LUMO_SMS_DLL}) {
-      HMODULE m = LoadLibraryW(wz(windowsPath(dll)));
-      ASSERT_NE(m, nullptr) << "cannot load " << dll;
-      auto reg = exported<HRESULT(STDAPICALLTYPE*)()>(m, "DllRegisterServer");
-      ASSERT_NE(reg, nullptr);
-      ASSERT_EQ(reg(), S_OK) << dll;
-      modules_.push_back(m);
-    }
+    servers_.reset(new RegisteredServers({LUMO_DEVHOST_DLL, LUMO_SMS_DLL}));
+    ASSERT_EQ(servers_->failure(), "");
   }
   static void TearDownTestSuite() {
-    for (HMODULE m : modules_) {
-      if (auto unreg = exported<HRESULT(STDAPICALLTYPE*)()>(m, "DllUnregisterServer")) unreg();
-    }
+    servers_.reset();
     CoUninitialize();
   }
 
   void SetUp() override {
-    const ustring path = env(L"LUMO_DEVHOST_DB");
+    const ustring path = environment(L"LUMO_DEVHOST_DB");
     ASSERT_FALSE(path.empty()) << "LUMO_DEVHOST_DB is not set";
     db_ = std::make_unique<odbc::Connection>(u"Driver=SQLite3;Database=" + path);
     db_->execute(u"DELETE FROM dh_Switch");
@@ -306,12 +208,15 @@ class SendWindow : public ::testing::Test {
     return out;
   }
 
-  static std::vector<HMODULE> modules_;
+  // The add-in, the last of the servers, answers for its objects and windows.
+  static const lumo::test::ServerDll& addIn() { return (*servers_)[1]; }
+
+  static std::unique_ptr<RegisteredServers> servers_;
   std::vector<HWND> known_;
   std::unique_ptr<odbc::Connection> db_;
   int32_t lastAudit_ = 0, lastMessage_ = 0;
 };
-std::vector<HMODULE> SendWindow::modules_;
+std::unique_ptr<RegisteredServers> SendWindow::servers_;
 
 TEST_F(SendWindow, CheckedDepartmentTypedNumberAndFullMessageReachTheGatewayAndTheLog) {
   const ustring props = signIn(u"王建国", u"chs");
@@ -593,16 +498,14 @@ TEST_F(SendWindow, EachCallOpensItsOwnWindow) {
   EXPECT_GT(TreeView_GetCount(GetDlgItem(a, idGroups)), 0u);
   EXPECT_EQ(TreeView_GetCount(GetDlgItem(b, idGroups)), 0u);
   // Open windows keep the server loaded.
-  auto canUnload = exported<HRESULT(STDAPICALLTYPE*)()>(modules_.back(), "DllCanUnloadNow");
-  ASSERT_NE(canUnload, nullptr);
-  EXPECT_EQ(canUnload(), S_FALSE);
+  EXPECT_EQ(addIn().canUnloadNow(), S_FALSE);
   SendMessageW(a, WM_CLOSE, 0, 0);
   EXPECT_FALSE(IsWindow(a));
   EXPECT_TRUE(IsWindow(b));
-  EXPECT_EQ(canUnload(), S_FALSE);
+  EXPECT_EQ(addIn().canUnloadNow(), S_FALSE);
   SendMessageW(b, WM_CLOSE, 0, 0);
   EXPECT_FALSE(IsWindow(b));
-  EXPECT_EQ(canUnload(), S_OK);
+  EXPECT_EQ(addIn().canUnloadNow(), S_OK);
   auto log = audit();
   ASSERT_EQ(log.size(), 4u);
   EXPECT_EQ(log[0].first, 1);
@@ -619,9 +522,7 @@ TEST_F(SendWindow, UserWithoutEmployeeIsRefusedAndGetsNoWindow) {
   EXPECT_TRUE(sendWindows().empty());
   EXPECT_TRUE(audit().empty());
   // The window that was asked and never shown is gone: nothing keeps the server.
-  auto canUnload = exported<HRESULT(STDAPICALLTYPE*)()>(modules_.back(), "DllCanUnloadNow");
-  ASSERT_NE(canUnload, nullptr);
-  EXPECT_EQ(canUnload(), S_OK);
+  EXPECT_EQ(addIn().canUnloadNow(), S_OK);
 }
 
 // Alt with the underlined letter presses the button, wherever the focus is.
@@ -717,7 +618,8 @@ TEST_F(SendWindow, GatewayFailureIsReportedNothingIsLoggedAndTheTextStays) {
 // language is read once per process), saved as pictures when LUMO_SHOTS_DIR names
 // a folder.
 TEST_F(SendWindow, CaptionsFollowTheSessionLanguageOnBothTabs) {
-  const ustring language = env(L"LUMO_SEND_LANGUAGE").empty() ? ustring(u"chs") : env(L"LUMO_SEND_LANGUAGE");
+  const ustring chosen = environment(L"LUMO_SEND_LANGUAGE");
+  const ustring language = chosen.empty() ? ustring(u"chs") : chosen;
   {
     signIn(u"王建国", language);
     HWND w = openWindow();

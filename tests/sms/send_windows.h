@@ -10,8 +10,9 @@
 
 #include "automation/text.h"
 #include "sms/win/windows.h"
+#include "tests/support/win/text.h"
 
-namespace lumo::winsupport {
+namespace lumo::test {
 
 inline BOOL CALLBACK collectSendWindow(HWND hwnd, LPARAM out) {
   using win32::send_sms::idCmdSend;
@@ -35,11 +36,11 @@ inline ustring itemText(HWND tree, HTREEITEM item) {
   tv.pszText = buf;
   tv.cchTextMax = 512;
   if (!TreeView_GetItem(tree, &tv)) return {};
-  return ustring(reinterpret_cast<const char16_t*>(buf));
+  return u16(buf);
 }
 
 inline bool itemChecked(HWND tree, HTREEITEM item) {
   return (TreeView_GetItemState(tree, item, TVIS_STATEIMAGEMASK) >> 12) == 2;
 }
 
-}  // namespace lumo::winsupport
+}  // namespace lumo::test

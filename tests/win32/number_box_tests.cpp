@@ -12,8 +12,9 @@
 #include <vector>
 
 #include "automation/error.h"
-#include "png_writer.h"
-#include "tests/win_support.h"
+#include "tests/support/win/pump.h"
+#include "tests/support/win/screenshot.h"
+#include "tests/support/win/text.h"
 #include "win32/controls.h"
 #include "win32/number_box.h"
 
@@ -23,7 +24,7 @@ namespace {
 constexpr int kBoxId = 101;
 constexpr int kButtonId = 102;
 
-std::string u8(const ustring& s) { return toUtf8(s); }
+using lumo::test::u8;
 
 // ---- the owner window ----------------------------------------------------------------------
 
@@ -62,7 +63,7 @@ const wchar_t* hostClass() {
   return L"NumberBoxTestHost";
 }
 
-void pump(int milliseconds = 50) { lumo::winsupport::pumpFor(milliseconds); }
+void pump(int milliseconds = 50) { lumo::test::pumpFor(milliseconds); }
 
 int countOf(int code) {
   return static_cast<int>(std::count_if(g_notes.begin(), g_notes.end(),
@@ -1183,62 +1184,54 @@ TEST_F(NumberBoxTest, ShowsAWrappedListWithASelectionAndChineseText) {
   RedrawWindow(parent_, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW | RDW_ALLCHILDREN | RDW_FRAME);
   pump(300);
   EXPECT_GT(count(pixels(), rgb(COLOR_HIGHLIGHT)), 100);
-  std::string path = std::string(LUMO_SHOTS_DIR) + "/number-box.png";
-  std::wstring wpath = L"Z:";
-  for (char c : path) wpath += c == '/' ? L'\\' : static_cast<wchar_t>(c);
-  EXPECT_TRUE(disptest::saveWindowPng(parent_, wpath));
+  const ustring path = lumo::test::windowsPath(std::string(LUMO_SHOTS_DIR) + "/number-box.png");
+  EXPECT_TRUE(lumo::test::saveWindowPng(parent_, lumo::test::wide(path)));
 }
 
 // Not a check: how long the long lists take. Run with
 //   --gtest_also_run_disabled_tests --gtest_filter=*Timing*
 TEST_F(NumberBoxTest, DISABLED_Timing) {
-  LARGE_INTEGER f;
-  QueryPerformanceFrequency(&f);
-  auto now = [] {
-    LARGE_INTEGER c;
-    QueryPerformanceCounter(&c);
-    return c.QuadPart;
-  };
-  auto ms = [&](long long t0, long long t1) { return double(t1 - t0) * 1000.0 / double(f.QuadPart); };
+  using lumo::test::nowMs;
+  auto ms = [](double t0, double t1) { return t1 - t0; };
   SetFocus(box_);
   for (int count : {10000, 100000}) {
     const ustring list = numberList(count);
     setText(u"");
     UpdateWindow(box_);
-    long long t0 = now();
+    double t0 = nowMs();
     setText(list);
-    const long long ta = now();
+    const double ta = nowMs();
     SendMessageW(box_, EM_GETLINECOUNT, 0, 0);  // the layout
-    const long long tb = now();
+    const double tb = nowMs();
     UpdateWindow(box_);
-    long long t1 = now();
+    double t1 = nowMs();
     std::vector<wchar_t> buf(list.size() + 1);
-    const long long t2 = now();
+    const double t2 = nowMs();
     GetWindowTextW(box_, buf.data(), static_cast<int>(buf.size()));
-    const long long t3 = now();
+    const double t3 = nowMs();
     key(VK_END, true);
     UpdateWindow(box_);
-    const long long t4 = now();
+    const double t4 = nowMs();
     type(u",");
     UpdateWindow(box_);
-    const long long t5 = now();
+    const double t5 = nowMs();
     SendMessageW(box_, WM_CHAR, 8, 1);
     UpdateWindow(box_);
     key(VK_HOME, true);
     UpdateWindow(box_);
-    const long long t6 = now();
+    const double t6 = nowMs();
     int pages = 0;
     while (pages < 200) {
       key(VK_NEXT);
       UpdateWindow(box_);
       ++pages;
     }
-    const long long t7 = now();
+    const double t7 = nowMs();
     select(0, 0);
-    const long long t8 = now();
+    const double t8 = nowMs();
     type(u"1");
     UpdateWindow(box_);
-    const long long t9 = now();
+    const double t9 = nowMs();
     std::printf("%7zu chars, %d lines: set+paint %.1f ms (set %.2f, layout %.2f, paint %.2f), get text %.2f ms, "
                 "Ctrl+End+paint %.2f ms, type at end+paint %.2f ms, type at start+paint %.2f ms, "
                 "page down+paint %.3f ms each\n",
@@ -1255,10 +1248,10 @@ TEST_F(NumberBoxTest, DISABLED_Timing) {
     double best = 1e9;
     for (int round = 0; round < 5; ++round) {
       SetWindowTextW(bare, L"");
-      const long long t0 = now();
+      const double t0 = nowMs();
       SetWindowTextW(bare, wz(list));
       SendMessageW(bare, EM_GETLINECOUNT, 0, 0);
-      best = std::min(best, ms(t0, now()));
+      best = std::min(best, ms(t0, nowMs()));
     }
     std::printf("%7zu chars: set + layout %.2f ms (%.2f ns a character)\n", list.size(), best,
                 best * 1e6 / double(list.size()));

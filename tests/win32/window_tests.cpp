@@ -16,14 +16,15 @@
 #include "automation/error.h"
 #include "fake_platform.h"
 #include "host/services.h"
-#include "tests/win_support.h"
+#include "tests/support/win/pump.h"
+#include "tests/support/win/text.h"
 #include "win32/controls.h"
 #include "win32/window.h"
 
 namespace lumo::win32 {
 namespace {
 
-void pump(int milliseconds = 30) { lumo::winsupport::pumpFor(milliseconds); }
+void pump(int milliseconds = 30) { lumo::test::pumpFor(milliseconds); }
 
 constexpr UINT kThrowError = WM_APP + 1;
 constexpr UINT kThrowStd = WM_APP + 2;

@@ -3,21 +3,14 @@
 #include <algorithm>
 #include <random>
 
+#include "tests/support/errors.h"
 #include "ui/tree_model.h"
 
 using namespace lumo;
 using namespace lumo::ui;
+using lumo::test::errorOf;
 
 namespace {
-
-int32_t errorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 std::vector<ustring> byPosition(const TreeModel& t) {
   std::vector<ustring> out;

@@ -7,8 +7,8 @@
 #
 # Usage: error-path.sh LumoErp.exe [PREFIX]
 # PREFIX is a Wine prefix of this test's own (created on first use); without it
-# $WINEPREFIX or the project's test prefix of scripts/wine-env. A prefix of its own
-# matters: a Wine server that other programs started without a display cannot
+# $WINEPREFIX or the project's test prefix (tests/support/wine.sh). A prefix of its
+# own matters: a Wine server that other programs started without a display cannot
 # give this one windows.
 set -uo pipefail
 
@@ -16,22 +16,22 @@ exe="${1:?usage: error-path.sh LumoErp.exe [PREFIX]}"
 [ -n "${2:-}" ] && export WINEPREFIX="$2"
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 root="$(cd "$here/../../.." && pwd)"
-. "$root/tests/shots/xvfb.sh"
-. "$root/tests/shots/shoot.sh"
+. "$root/tests/support/xvfb.sh"
+. "$root/tests/support/shoot.sh"
+. "$root/tests/support/wine.sh"
 
 work="$(mktemp -d)"
 client_pid=""
 cleanup() {
   [ -n "$client_pid" ] && kill "$client_pid" 2>/dev/null && wait "$client_pid" 2>/dev/null
-  # Wine's desktop process leaves a few seconds after the last program.
-  timeout 20 /usr/lib/wine/wineserver64 -w 2>/dev/null
+  lumo_wine_wait 20
   lumo_xvfb_stop
   rm -rf "$work"
 }
 trap cleanup EXIT
 lumo_xvfb_start || exit 1
 # After the display: a prefix made now gets its desktop on it.
-. "$root/scripts/wine-env"
+lumo_wine_env
 
 failures=0
 check() {  # check DESCRIPTION COMMAND...
@@ -47,22 +47,14 @@ check() {  # check DESCRIPTION COMMAND...
 
 nobody="没有这个用户"
 log="$work/run.log"
-winlog="$("$LUMO_WINE" winepath -w "$log" 2>/dev/null)"
+winlog="$(lumo_dos_path "$log")"
 
 # 1. Unattended: no message boxes, the lines tell what happened.
 "$LUMO_WINE" "$exe" --user "$nobody" --lang en --run SendSms --run smsmanager --exit-after-commands \
   --no-error-box --log "$winlog" >"$work/out" 2>"$work/err" &
 client_pid=$!
 status=""
-for _ in $(seq 1 600); do
-  if ! kill -0 "$client_pid" 2>/dev/null; then
-    wait "$client_pid"
-    status=$?
-    client_pid=""
-    break
-  fi
-  sleep 0.1
-done
+lumo_wait_exit "$client_pid" 60 && { status="$LUMO_EXIT_STATUS"; client_pid=""; }
 check "the unattended run ends by itself" test -n "$status"
 check "it exits with status 1 because something failed (got ${status:-none})" test "${status:-}" = 1
 check "the log holds three report lines" test "$(wc -l <"$log" 2>/dev/null)" = 3
@@ -95,15 +87,7 @@ if box="$(lumo_wait_window "Sign-in Failed" 60)"; then
     [ -n "$main" ] && check "the main window can be captured" lumo_capture "$main" "$work/main.png"
     [ -n "$main" ] && xdotool windowfocus "$main" key alt+F4 2>/dev/null
     status=""
-    for _ in $(seq 1 300); do
-      if ! kill -0 "$client_pid" 2>/dev/null; then
-        wait "$client_pid"
-        status=$?
-        client_pid=""
-        break
-      fi
-      sleep 0.1
-    done
+    lumo_wait_exit "$client_pid" 30 && { status="$LUMO_EXIT_STATUS"; client_pid=""; }
     check "closing the main window ends the run with status 1 (got ${status:-still running})" test "${status:-}" = 1
   else
     echo "skipped: dismissing the box needs xdotool"

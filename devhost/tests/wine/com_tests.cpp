@@ -1,5 +1,6 @@
 // Run under Wine: LumoDevHost.dll registered and driven as the add-in drives it,
-// through CoCreateInstance and IDispatch, plus a JScript probe and ReadTcp.
+// through CoCreateInstance and IDispatch, and ReadTcp. (A script host's view is
+// the JScript probe beside this file, run by tests/support/run-probes.sh.)
 #include <gtest/gtest.h>
 #include <windows.h>
 #include <ole2.h>
@@ -12,65 +13,31 @@
 
 #include "automation/win/bridge.h"
 #include "devhost/components/components.h"
+#include "devhost/components/hostdb.h"
 #include "devhost/components/odbc.h"
-
-namespace lumo {
-inline void PrintTo(const Variant& v, std::ostream* os) { *os << toUtf8(v.describe()); }
-}  // namespace lumo
+#include "tests/support/errors.h"
+#include "tests/support/win/files.h"
+#include "tests/support/win/registry.h"
+#include "tests/support/win/server_dll.h"
+#include "tests/support/win/text.h"
 
 namespace lumo::devhost {
 namespace {
 
+using lumo::test::environment;
+using lumo::test::errorOf;
+using lumo::test::RegisteredServers;
+using lumo::test::u8;
+using lumo::test::wide;
+using lumo::test::windowsPath;
 using win::wz;
 
-// A unix path as Windows code under Wine reaches it (drive Z: is the root).
-ustring windowsPath(const char* unixPath) {
-  ustring p = u"Z:" + fromUtf8(unixPath);
-  for (auto& c : p)
-    if (c == u'/') c = u'\\';
-  return p;
-}
+// The database the components use, named by LUMO_DEVHOST_DB.
+ustring envDb() { return environment(L"LUMO_DEVHOST_DB"); }
 
-std::string u8(const ustring& s) { return toUtf8(s); }
-
-// An export of a loaded DLL as a typed function pointer.
-template <class F>
-F exported(HMODULE m, const char* name) {
-  return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(m, name)));
-}
-
-std::string readFile(const ustring& path) {
-  std::string text;
-  HANDLE h = CreateFileW(wz(path), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
-  if (h == INVALID_HANDLE_VALUE) return text;
-  char buf[4096];
-  DWORD n = 0;
-  while (ReadFile(h, buf, sizeof buf, &n, nullptr) && n > 0) text.append(buf, n);
-  CloseHandle(h);
-  return text;
-}
-
-ustring envDb() {
-  wchar_t buf[1024];
-  DWORD n = GetEnvironmentVariableW(L"LUMO_DEVHOST_DB", buf, 1024);
-  return ustring(reinterpret_cast<const char16_t*>(buf), n);
-}
-
+// A string value of the prefix's registry; "<missing>" when it is not there.
 ustring regValue(HKEY root, const ustring& key, const wchar_t* name = nullptr) {
-  wchar_t buf[512];
-  DWORD size = sizeof buf;
-  if (RegGetValueW(root, wz(key), name, RRF_RT_REG_SZ, nullptr, buf, &size) != ERROR_SUCCESS) return u"<absent>";
-  return ustring(reinterpret_cast<const char16_t*>(buf));
-}
-
-int32_t errorOf(const std::function<void()>& f, ustring* description = nullptr) {
-  try {
-    f();
-  } catch (const Error& e) {
-    if (description) *description = e.description();
-    return e.number();
-  }
-  return 0;
+  return lumo::test::u16(lumo::test::regText(root, wide(key), name));
 }
 
 const ustring kDepartments =
@@ -82,25 +49,18 @@ class DevHostCom : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    dll_ = LoadLibraryW(wz(windowsPath(LUMO_DEVHOST_DLL)));
-    ASSERT_NE(dll_, nullptr) << "cannot load " << LUMO_DEVHOST_DLL;
-    auto reg = exported<HRESULT(STDAPICALLTYPE*)()>(dll_, "DllRegisterServer");
-    ASSERT_NE(reg, nullptr);
-    ASSERT_EQ(reg(), S_OK);
+    servers_.reset(new RegisteredServers({LUMO_DEVHOST_DLL}));
+    ASSERT_EQ(servers_->failure(), "");
   }
   static void TearDownTestSuite() {
     CoFreeUnusedLibraries();
-    if (dll_) {
-      auto unreg = exported<HRESULT(STDAPICALLTYPE*)()>(dll_, "DllUnregisterServer");
-      if (unreg) unreg();
-      FreeLibrary(dll_);
-    }
+    servers_.reset();
     CoUninitialize();
   }
 
   void SetUp() override {
     ASSERT_FALSE(envDb().empty()) << "LUMO_DEVHOST_DB is not set";
-    db_ = std::make_unique<odbc::Connection>(u"Driver=SQLite3;Database=" + envDb());
+    db_ = std::make_unique<odbc::Connection>(connectStringFor(envDb()));
     db_->execute(u"DELETE FROM dh_Switch");
   }
   void TearDown() override {
@@ -112,10 +72,12 @@ class DevHostCom : public ::testing::Test {
     return create(u"PropsMgr.ShareProps")->call(u"SignIn", {user, language}).toString();
   }
 
-  static HMODULE dll_;
+  static const lumo::test::ServerDll& dll() { return (*servers_)[0]; }
+
+  static std::unique_ptr<RegisteredServers> servers_;
   std::unique_ptr<odbc::Connection> db_;
 };
-HMODULE DevHostCom::dll_ = nullptr;
+std::unique_ptr<RegisteredServers> DevHostCom::servers_;
 
 TEST_F(DevHostCom, RegistrationWritesProgIdAndClassKeysUnderTheMachine) {
   for (const auto& c : componentClasses()) {
@@ -135,17 +97,15 @@ TEST_F(DevHostCom, RegistrationWritesProgIdAndClassKeysUnderTheMachine) {
 }
 
 TEST_F(DevHostCom, PerUserInstallWritesUnderTheCurrentUserAndRemovesAgain) {
-  auto install = exported<HRESULT(STDAPICALLTYPE*)(BOOL, LPCWSTR)>(dll_, "DllInstall");
-  ASSERT_NE(install, nullptr);
   const ustring key = u"Software\\Classes\\OxaBase.LogServer\\CLSID";
-  ASSERT_EQ(install(TRUE, L"user"), S_OK);
+  ASSERT_EQ(dll().install(true, L"user"), S_OK);
   EXPECT_EQ(u8(regValue(HKEY_CURRENT_USER, key)), "{CCBC6078-F70C-4907-ADA5-E84F9F27DA73}");
   EXPECT_EQ(u8(regValue(HKEY_CURRENT_USER,
                         u"Software\\Classes\\CLSID\\{CCBC6078-F70C-4907-ADA5-E84F9F27DA73}\\InprocServer32",
                         L"ThreadingModel")),
             "Apartment");
-  ASSERT_EQ(install(FALSE, L"user"), S_OK);
-  EXPECT_EQ(u8(regValue(HKEY_CURRENT_USER, key)), "<absent>");
+  ASSERT_EQ(dll().install(false, L"user"), S_OK);
+  EXPECT_EQ(u8(regValue(HKEY_CURRENT_USER, key)), "<missing>");
   EXPECT_EQ(u8(regValue(HKEY_LOCAL_MACHINE, key)), "{CCBC6078-F70C-4907-ADA5-E84F9F27DA73}");
 }
 
@@ -242,9 +202,7 @@ TEST_F(DevHostCom, KeptClassObjectsStillGiveAFreshInstanceEveryTime) {
 TEST_F(DevHostCom, AKeptClassObjectOutlivesTheRegistrationUntilCleared) {
   win::ClassObjects classes;
   classes.create(u"LumoLangInfo.LangInfo");
-  auto unreg = exported<HRESULT(STDAPICALLTYPE*)()>(dll_, "DllUnregisterServer");
-  auto reg = exported<HRESULT(STDAPICALLTYPE*)()>(dll_, "DllRegisterServer");
-  ASSERT_EQ(unreg(), S_OK);
+  ASSERT_EQ(dll().unregisterServer(), S_OK);
   ustring plain, cleared;
   EXPECT_EQ(errorOf([&] { create(u"LumoLangInfo.LangInfo"); }, &plain), errnum::CannotCreateObject);
   // Found once, the class is created without the registry...
@@ -253,7 +211,7 @@ TEST_F(DevHostCom, AKeptClassObjectOutlivesTheRegistrationUntilCleared) {
   classes.clear();
   EXPECT_EQ(classes.size(), 0u);
   EXPECT_EQ(errorOf([&] { classes.create(u"LumoLangInfo.LangInfo"); }, &cleared), errnum::CannotCreateObject);
-  ASSERT_EQ(reg(), S_OK);
+  ASSERT_EQ(dll().registerServer(), S_OK);
   EXPECT_EQ(u8(cleared), u8(plain));
   EXPECT_NE(u8(cleared).find("LumoLangInfo.LangInfo is not registered"), std::string::npos) << u8(cleared);
   EXPECT_EQ(classes.size(), 0u);  // a failure is not kept
@@ -405,25 +363,19 @@ TEST_F(DevHostCom, SendMessageRefusalsAndSwitchesReachTheCaller) {
 }
 
 TEST_F(DevHostCom, CanUnloadOnlyWhenNoObjectIsAlive) {
-  auto canUnload = exported<HRESULT(STDAPICALLTYPE*)()>(dll_, "DllCanUnloadNow");
-  ASSERT_NE(canUnload, nullptr);
   {
     ObjectPtr o = create(u"LumoLangInfo.LangInfo");
-    EXPECT_EQ(canUnload(), S_FALSE);
+    EXPECT_EQ(dll().canUnloadNow(), S_FALSE);
   }
-  EXPECT_EQ(canUnload(), S_OK);
+  EXPECT_EQ(dll().canUnloadNow(), S_OK);
 }
 
-// The script host's view: JScript creates the components by ProgID and reads a
-// recordset as a script does. The probe prints a closing summary line; a run
-// without it has died somewhere.
-// Runs a script with cscript and answers what it printed.
-std::string runCscript(const ustring& script) {
-  wchar_t tmp[MAX_PATH];
-  GetTempPathW(MAX_PATH, tmp);
-  ustring out = ustring(reinterpret_cast<const char16_t*>(tmp)) + u"devhost-probe.txt";
+// Runs a script with cscript in a process of its own and answers what it printed.
+// (The script host's own view of the components is the JScript probe, probe.js.)
+std::string runCscript(const std::wstring& script) {
+  const std::wstring out = lumo::test::tempFile(L"devhost-script.txt");
   SECURITY_ATTRIBUTES sa{sizeof sa, nullptr, TRUE};
-  HANDLE file = CreateFileW(wz(out), GENERIC_WRITE, FILE_SHARE_READ, &sa, CREATE_ALWAYS, 0, nullptr);
+  HANDLE file = CreateFileW(out.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &sa, CREATE_ALWAYS, 0, nullptr);
   if (file == INVALID_HANDLE_VALUE) return "cannot write " + u8(out);
   STARTUPINFOW si{};
   si.cb = sizeof si;
@@ -431,8 +383,7 @@ std::string runCscript(const ustring& script) {
   si.hStdOutput = file;
   si.hStdError = file;
   si.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-  ustring cmd = u"cscript.exe //nologo \"" + script + u"\"";
-  std::wstring cmdLine(wz(cmd));
+  std::wstring cmdLine = L"cscript.exe //nologo \"" + script + L"\"";
   PROCESS_INFORMATION pi{};
   if (!CreateProcessW(nullptr, cmdLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi)) {
     CloseHandle(file);
@@ -442,15 +393,9 @@ std::string runCscript(const ustring& script) {
   CloseHandle(pi.hThread);
   CloseHandle(pi.hProcess);
   CloseHandle(file);
-  std::string text = readFile(out);
-  DeleteFileW(wz(out));
+  std::string text = lumo::test::readFile(out);
+  DeleteFileW(out.c_str());
   return ended ? text : text + "\n(cscript did not end)";
-}
-
-TEST_F(DevHostCom, JScriptProbeThroughCscript) {
-  std::string text = runCscript(windowsPath(LUMO_PROBE_JS));
-  EXPECT_NE(text.find("probe: 29 passed, 0 failed"), std::string::npos) << text;
-  EXPECT_EQ(text.find("FAIL"), std::string::npos) << text;
 }
 
 // Another process using the database and closing its connection while this
@@ -461,11 +406,9 @@ TEST_F(DevHostCom, AnotherProcessClosingItsConnectionLeavesOursWorking) {
   signIn(u"张伟", u"cht");
   EXPECT_EQ(create(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage"), Variant(u"cht"));
   EXPECT_EQ(create(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage"), Variant(u"cht"));
-  wchar_t tmp[MAX_PATH];
-  GetTempPathW(MAX_PATH, tmp);
-  ustring script = ustring(reinterpret_cast<const char16_t*>(tmp)) + u"devhost-other.js";
+  const std::wstring script = lumo::test::tempFile(L"devhost-other.js");
   {
-    HANDLE f = CreateFileW(wz(script), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    HANDLE f = CreateFileW(script.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
     ASSERT_NE(f, INVALID_HANDLE_VALUE);
     const char text[] = "WScript.Echo('other: ' + new ActiveXObject('LumoLangInfo.LangInfo').CurrentLanguage);\r\n";
     DWORD n = 0;
@@ -473,11 +416,11 @@ TEST_F(DevHostCom, AnotherProcessClosingItsConnectionLeavesOursWorking) {
     CloseHandle(f);
   }
   std::string out = runCscript(script);
-  DeleteFileW(wz(script));
+  DeleteFileW(script.c_str());
   EXPECT_NE(out.find("other: chs"), std::string::npos) << out;  // another process, no session of its own
   Variant before = db_->scalar(u"SELECT COUNT(*) FROM dh_Journal WHERE FMethod='CurrentLanguage'");
   EXPECT_EQ(create(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage"), Variant(u"cht"));
-  odbc::Connection fresh(u"Driver=SQLite3;Database=" + envDb());
+  odbc::Connection fresh(connectStringFor(envDb()));
   EXPECT_EQ(fresh.scalar(u"SELECT COUNT(*) FROM dh_Journal WHERE FMethod='CurrentLanguage'").toI4(), before.toI4() + 1);
   EXPECT_EQ(fresh.scalar(u"SELECT FResult FROM dh_Journal ORDER BY FSeq DESC LIMIT 1"), Variant(u"'cht'"));
 }
@@ -488,10 +431,10 @@ TEST_F(DevHostCom, AnotherProcessClosingItsConnectionLeavesOursWorking) {
 // old one moved away and a new one put in its place (the old one keeps a link).
 // Like the generator, the replacement takes the old file's log with it.
 TEST_F(DevHostCom, ADatabaseReplacedWhileTheProcessLivesIsOpenedAnew) {
-  const ustring path = windowsPath(toUtf8(envDb()).c_str());
+  const ustring path = windowsPath(toUtf8(envDb()));
   const ustring spare = windowsPath(LUMO_SPARE_DB);
   auto journalled = [&] {
-    odbc::Connection c(u"Driver=SQLite3;Database=" + envDb());
+    odbc::Connection c(connectStringFor(envDb()));
     return c.scalar(u"SELECT COUNT(*) FROM dh_Journal WHERE FMethod='CurrentLanguage'").toI4();
   };
   auto replace = [&](bool keepOld) {
@@ -521,13 +464,13 @@ TEST_F(DevHostCom, ADatabaseReplacedWhileTheProcessLivesIsOpenedAnew) {
   EXPECT_EQ(journalled(), 1);
   DeleteFileW(wz(path + u".old"));
   // The rest of the suite goes on with the new file.
-  db_ = std::make_unique<odbc::Connection>(u"Driver=SQLite3;Database=" + envDb());
+  db_ = std::make_unique<odbc::Connection>(connectStringFor(envDb()));
 }
 
 TEST(VtAppSvr, ReadTcpWritesADottedIPv4AddressAndReturnsOne) {
-  HMODULE lib = LoadLibraryW(wz(windowsPath(LUMO_VTAPPSVR_DLL)));
-  ASSERT_NE(lib, nullptr);
-  auto readTcp = exported<long(__stdcall*)(char*, char*)>(lib, "ReadTcp");
+  lumo::test::ServerDll lib(LUMO_VTAPPSVR_DLL);
+  ASSERT_TRUE(lib.loaded());
+  auto readTcp = lib.exported<long(__stdcall*)(char*, char*)>("ReadTcp");
   ASSERT_NE(readTcp, nullptr) << "ReadTcp is not exported under its plain name";
   char first[1] = {0};
   char buffer[64];
@@ -544,7 +487,7 @@ TEST(VtAppSvr, ReadTcpWritesADottedIPv4AddressAndReturnsOne) {
   EXPECT_LT(c, 256u);
   EXPECT_LT(d, 256u);
   std::printf("ReadTcp: %s\n", ip.c_str());
-  FreeLibrary(lib);
+  lib.unload();
 }
 
 }  // namespace

@@ -10,41 +10,35 @@
 #include <cwchar>
 #include <string>
 
+#include "tests/support/win/boxes.h"
+#include "tests/support/win/text.h"
+#include "win32/controls.h"
+
 namespace {
 
-std::wstring textOf(HWND h) {
-  wchar_t buf[4096];
-  const int n = GetWindowTextW(h, buf, 4096);
-  return std::wstring(buf, n > 0 ? static_cast<std::size_t>(n) : 0);
-}
-
-bool isMessageBox(HWND h) {
-  wchar_t cls[32];
-  if (!GetClassNameW(h, cls, 32) || std::wcscmp(cls, L"#32770") != 0) return false;
-  return IsWindowVisible(h) && GetDlgItem(h, 0xFFFF) != nullptr;  // the box's text
-}
+using lumo::ustring;
 
 struct Scan {
-  const std::wstring* watched;
+  const ustring* watched;
   int windows = 0;
   HWND box = nullptr;
 };
 
 BOOL CALLBACK scanWindow(HWND h, LPARAM p) {
   auto* s = reinterpret_cast<Scan*>(p);
-  if (isMessageBox(h)) {
+  if (lumo::test::isMessageBox(h)) {
     if (!s->box) s->box = h;
-  } else if (IsWindowVisible(h) && !s->watched->empty() && textOf(h) == *s->watched) {
+  } else if (IsWindowVisible(h) && !s->watched->empty() && lumo::win32::windowText(h) == *s->watched) {
     ++s->windows;
   }
   return TRUE;
 }
 
-void append(const wchar_t* path, const std::wstring& line) {
+void append(const wchar_t* path, const ustring& line) {
   FILE* f = _wfopen(path, L"ab");
   if (!f) return;
   if (std::ftell(f) == 0) std::fwrite(L"\xFEFF", sizeof(wchar_t), 1, f);
-  std::fwrite(line.data(), sizeof(wchar_t), line.size(), f);
+  std::fwrite(line.data(), sizeof(char16_t), line.size(), f);
   std::fwrite(L"\r\n", sizeof(wchar_t), 2, f);
   std::fclose(f);
 }
@@ -56,7 +50,7 @@ int wmain(int argc, wchar_t** argv) {
     std::fwprintf(stderr, L"usage: box_watcher <log file> [<watched window title>] [<seconds>]\n");
     return 2;
   }
-  const std::wstring watched = argc > 2 ? argv[2] : L"";
+  const ustring watched = argc > 2 ? lumo::test::u16(argv[2]) : ustring();
   const DWORD seconds = argc > 3 ? static_cast<DWORD>(std::wcstoul(argv[3], nullptr, 10)) : 300;
   const DWORD end = GetTickCount() + seconds * 1000;
   HWND last = nullptr;
@@ -64,10 +58,10 @@ int wmain(int argc, wchar_t** argv) {
     Scan s{&watched};
     EnumWindows(scanWindow, reinterpret_cast<LPARAM>(&s));
     if (s.box && s.box != last) {
-      append(argv[1], textOf(s.box) + L"\t" + textOf(GetDlgItem(s.box, 0xFFFF)) + L"\t" +
-                          std::to_wstring(s.windows));
+      append(argv[1], lumo::win32::windowText(s.box) + u"\t" + lumo::test::messageText(s.box) + u"\t" +
+                          lumo::toText(s.windows));
       last = s.box;
-      PostMessageW(s.box, WM_COMMAND, IDOK, 0);
+      lumo::test::pressButton(s.box);
     } else if (!s.box) {
       last = nullptr;
     }

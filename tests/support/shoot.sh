@@ -21,10 +21,10 @@
 # Exit status: 0 captured, 1 no such window in time (the mapped windows are listed
 # on stderr), 2 usage or tools missing.
 #
-# Sourced (". tests/shots/shoot.sh"), it only defines the functions lumo_windows,
+# Sourced (". tests/support/shoot.sh"), it only defines the functions lumo_windows,
 # lumo_wait_window, lumo_capture and lumo_capture_all for other scripts.
 
-lumo_shots_dir="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
+lumo_support_dir="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 
 # "id<TAB>title" for every viewable top-level window larger than a couple of pixels
 # (Wine keeps many 1x1 helper windows around), topmost first. Untitled windows get
@@ -155,7 +155,7 @@ cleanup() {
 trap cleanup EXIT
 
 if [ -z "$display" ]; then
-  . "$lumo_shots_dir/xvfb.sh"
+  . "$lumo_support_dir/xvfb.sh"
   lumo_xvfb_start || exit 2
 else
   export DISPLAY="$display"

@@ -1,4 +1,4 @@
-#include "png_writer.h"
+#include "tests/support/win/screenshot.h"
 
 #include <cstdint>
 #include <algorithm>
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace disptest {
+namespace lumo::test {
 namespace {
 
 uint32_t crc32(const unsigned char* data, std::size_t n, uint32_t crc = 0) {
@@ -111,4 +111,4 @@ bool saveWindowPng(HWND window, const std::wstring& path) {
   return fclose(f) == 0 && ok;
 }
 
-}  // namespace disptest
+}  // namespace lumo::test

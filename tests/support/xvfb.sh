@@ -1,7 +1,7 @@
 # Sourced: starts and stops a private Xvfb server on a display number that nobody
 # else uses (Xvfb picks it itself through -displayfd, so parallel runs never collide).
 #
-#   . tests/shots/xvfb.sh
+#   . tests/support/xvfb.sh
 #   lumo_xvfb_start [WIDTHxHEIGHTxDEPTH]   # exports DISPLAY, sets LUMO_XVFB_PID
 #   ...
 #   lumo_xvfb_stop
