@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "automation/win/com_abi.h"
+
 namespace lumo::win {
 
 namespace {
@@ -423,6 +425,7 @@ class VariantEnum final : public IEnumVARIANT {
   std::vector<Variant> items_;
   std::size_t pos_;
 };
+static_assert(abi::kEnumVariantAsCalled<VariantEnum>, "the enumerator's methods are called as COM calls them");
 
 class ObjectDispatch final : public IDispatch {
  public:
@@ -589,6 +592,7 @@ class ObjectDispatch final : public IDispatch {
   ObjectPtr object_;
   std::vector<ustring> names_;
 };
+static_assert(abi::kDispatchAsCalled<ObjectDispatch>, "the wrapper's methods are called as COM calls them");
 
 }  // namespace
 
