@@ -140,7 +140,7 @@ ustring Parse::loadspecialVtString(const ustring& word) {
   ErrStateGuard keep;
   ustring out;
   for (const ustring& piece : split(word, u"^|^")) {
-    if (startsWith(piece, u"~$~")) out += loadVtString(piece.substr(3));
+    if (piece.starts_with(u"~$~")) out += loadVtString(piece.substr(3));
     else out += piece;
   }
   return out;
