@@ -91,9 +91,9 @@ struct FontChoice {
 
 FontChoice fontFor(const ustring& language) {
   const ustring l = toLower(trim(language));
-  if (l == u"cht") return {u"新細明體", 136};
-  if (l == u"en") return {u"Tahoma", 0};
-  return {u"宋体", 134};
+  if (l == u"cht") return {.name = u"新細明體", .charset = 136};
+  if (l == u"en") return {.name = u"Tahoma", .charset = 0};
+  return {.name = u"宋体", .charset = 134};
 }
 
 void applyFont(const ObjectPtr& font, const FontChoice& f) {
