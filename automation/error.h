@@ -81,10 +81,7 @@ struct ErrState {
 
   void clear() { *this = ErrState(); }
   void set(const Error& e);
-  bool operator==(const ErrState& o) const {
-    return number == o.number && description == o.description && source == o.source && helpFile == o.helpFile &&
-           helpContext == o.helpContext;
-  }
+  bool operator==(const ErrState&) const = default;
 };
 
 ErrState& err();

@@ -161,13 +161,9 @@ std::size_t findNoCase(ustring_view hay, ustring_view needle, std::size_t from) 
   return ustring::npos;
 }
 
-bool startsWith(ustring_view s, ustring_view prefix) {
-  return s.size() >= prefix.size() && s.substr(0, prefix.size()) == prefix;
-}
+bool startsWith(ustring_view s, ustring_view prefix) { return s.starts_with(prefix); }
 
-bool endsWith(ustring_view s, ustring_view suffix) {
-  return s.size() >= suffix.size() && s.substr(s.size() - suffix.size()) == suffix;
-}
+bool endsWith(ustring_view s, ustring_view suffix) { return s.ends_with(suffix); }
 
 std::vector<ustring> split(ustring_view s, ustring_view sep) {
   std::vector<ustring> parts;

@@ -69,21 +69,20 @@ class Variant {
 
   // Equality of type and value (objects by identity); for tests and journals.
   bool operator==(const Variant& o) const;
-  bool operator!=(const Variant& o) const { return !(*this == o); }
 
   // A short readable form for journals and test failures: 'text', 12, True, Null, Empty, <object>.
   ustring describe() const;
 
  private:
   struct NullTag {
-    bool operator==(const NullTag&) const { return true; }
+    bool operator==(const NullTag&) const = default;
   };
   struct MissingTag {
-    bool operator==(const MissingTag&) const { return true; }
+    bool operator==(const MissingTag&) const = default;
   };
   struct DateTag {
     double v;
-    bool operator==(const DateTag& o) const { return v == o.v; }
+    bool operator==(const DateTag&) const = default;
   };
   std::variant<std::monostate, NullTag, bool, int16_t, int32_t, double, DateTag, ustring, ObjectPtr,
                std::shared_ptr<std::vector<Variant>>, MissingTag, Variant*>

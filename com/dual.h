@@ -9,6 +9,7 @@
 
 #include <new>
 
+#include "automation/win/com_abi.h"
 #include "automation/win/com_ptr.h"
 #include "com/boundary.h"
 #include "com/convert.h"
@@ -152,6 +153,12 @@ class DualObject : public Itf, public IProvideClassInfo, public ISupportErrorInf
 // Creates a new instance of T from 'args' and queries it for riid.
 template <class T, class... Args>
 HRESULT createInstance(REFIID riid, void** ppv, Args&&... args) noexcept {
+  // Checked for each public class where it is created, with whatever it overrides.
+  static_assert(lumo::win::abi::kDispatchAsCalled<T>, "a public class's methods are called as COM calls them");
+  static_assert(lumo::win::abi::kCallableAs<decltype(&T::GetClassInfo), HRESULT (STDMETHODCALLTYPE T::*)(ITypeInfo**)> &&
+                    lumo::win::abi::kCallableAs<decltype(&T::InterfaceSupportsErrorInfo),
+                                                HRESULT (STDMETHODCALLTYPE T::*)(REFIID)>,
+                "class information and error information are answered as COM asks");
   if (!ppv) return E_POINTER;
   *ppv = nullptr;
   try {

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Inspects a built LumoSmsManager.dll with objdump: the five COM exports, the
-# embedded type library (resource TYPELIB 1), and an import table that names only
-# Windows' own system libraries (the C and C++ runtimes are linked in statically).
+# Inspects a built LumoSmsManager.dll with objdump: the five COM exports (on i686,
+# each defined stdcall with its argument size), the embedded type library (resource
+# TYPELIB 1), and an import table that names only Windows' own system libraries
+# (the C and C++ runtimes are linked in statically).
 # Usage: inspect-dll.sh <objdump> <dll>
 set -u
 objdump="$1"
@@ -18,6 +19,18 @@ expected="$(printf '%s\n' DllCanUnloadNow DllGetClassObject DllInstall DllRegist
 if [ "$exports" != "$expected" ]; then
   fail "exports are not exactly the five COM entry points:"
   printf '  %s\n' $exports
+fi
+
+# On i686 each export must be a stdcall function taking the bytes its callers push
+# (the symbol table keeps the decorated name, _Name@bytes, of the definition): a
+# definition that missed the declaration would be cdecl, and the linker's fix-up for
+# the .def file's plain names would export it without a word.
+if printf '%s\n' "$dump" | grep -q 'file format pei-i386'; then
+  symbols="$("$objdump" -t "$dll")"
+  for entry in DllGetClassObject@12 DllCanUnloadNow@0 DllRegisterServer@0 DllUnregisterServer@0 DllInstall@8; do
+    printf '%s\n' "$symbols" | grep -qE "\(ty +20\).* _${entry}\$" \
+      || fail "${entry%@*} is not defined as a stdcall function of ${entry#*@} argument bytes (_${entry})"
+  done
 fi
 
 # Resources: "type/name" for every resource in the directory objdump prints (type

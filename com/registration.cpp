@@ -12,6 +12,7 @@
 
 #include "automation/win/com_ptr.h"
 #include "com/classes.h"
+#include "com/exports.h"
 #include "com/module.h"
 #include "com/typelib.h"
 
@@ -233,7 +234,7 @@ STDAPI DllUnregisterServer() { return lumo::com::withClassesKey(lumo::com::Hive:
 
 // "user": register or unregister for the current user only; no command line: the
 // same as DllRegisterServer / DllUnregisterServer.
-extern "C" HRESULT STDAPICALLTYPE DllInstall(BOOL install, LPCWSTR command) {
+STDAPI DllInstall(BOOL install, LPCWSTR command) {
   if (lumo::com::isUserCommand(command)) return lumo::com::withClassesKey(lumo::com::Hive::User, install != FALSE);
   if (!command || !*command) return lumo::com::withClassesKey(lumo::com::Hive::Machine, install != FALSE);
   return E_INVALIDARG;

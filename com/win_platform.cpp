@@ -1,5 +1,6 @@
 // The core's platform over the real Windows calls, installed when the DLL loads.
 #include <windows.h>
+#include <htmlhelp.h>
 
 #include <string>
 #include <vector>
@@ -88,8 +89,9 @@ class WindowsPlatform final : public Platform {
   ustring moduleDirectory() override { return lumo::com::moduleDirectory(); }
 
   intptr_t htmlHelp(intptr_t window, const std::string& path, uint32_t command, uintptr_t data) override {
-    using HtmlHelpA = HWND(WINAPI*)(HWND window, LPCSTR file, UINT command, DWORD_PTR data);
-    auto call = reinterpret_cast<HtmlHelpA>(htmlHelp_.function());
+    // Typed by the system's own declaration: a convention written by hand here
+    // would go unchecked through the cast, and on i686 a wrong one corrupts the stack.
+    auto call = reinterpret_cast<decltype(&::HtmlHelpA)>(htmlHelp_.function());
     return reinterpret_cast<intptr_t>(call(reinterpret_cast<HWND>(window), path.c_str(), command, data));
   }
 

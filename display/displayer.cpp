@@ -286,7 +286,10 @@ void DisplayerPresenter::layout() {
   const int32_t statusBar = statusBarVisible_ ? view_.statusBarHeight() : 0;
   // A window too small for both bars leaves the list with no height rather than a negative one.
   const int64_t height = int64_t(inner.height) - toolBar - statusBar;
-  view_.moveList(Rect{0, toolBar, std::max(0, inner.width), static_cast<int32_t>(std::max<int64_t>(0, height))});
+  view_.moveList(Rect{.left = 0,
+                      .top = toolBar,
+                      .width = std::max(0, inner.width),
+                      .height = static_cast<int32_t>(std::max<int64_t>(0, height))});
 }
 
 }  // namespace lumo::display

@@ -79,9 +79,7 @@ struct FontChoice {
 
 struct Rect {
   int32_t left = 0, top = 0, width = 0, height = 0;
-  bool operator==(const Rect& o) const {
-    return left == o.left && top == o.top && width == o.width && height == o.height;
-  }
+  bool operator==(const Rect&) const = default;
 };
 
 struct Size {

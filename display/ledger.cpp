@@ -35,13 +35,10 @@ std::vector<HeaderColumn> parseLedgerHeader(ustring_view header) {
     HeaderColumn col;
     col.title = ustring(header.substr(start, tab - start));
     // The title keeps its marker; the marker only sets the alignment.
-    if (col.title.size() >= 4) {
-      const ustring_view last4 = ustring_view(col.title).substr(col.title.size() - 4);
-      for (int32_t a = 0; a < 3; ++a) {
-        if (last4 == u"(" + ustring(kMarkers[a]) + u")") {
-          col.marked = true;
-          col.alignment = a;
-        }
+    for (int32_t a = 0; a < 3; ++a) {
+      if (col.title.ends_with(u"(" + ustring(kMarkers[a]) + u")")) {
+        col.marked = true;
+        col.alignment = a;
       }
     }
     columns.push_back(std::move(col));

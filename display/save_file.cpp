@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <new>
 
 #include "host/platform.h"
 
@@ -100,7 +101,17 @@ void SaveFile::reserveForTheRest(uint64_t start) {
   // left, however short the sample's lines were.
   const double estimate = static_cast<double>(rest) / perLine * 1.05 + 64;
   const double bound = static_cast<double>(rest / 16 + 64);
-  lines_->reserve(kSampleLines + static_cast<std::size_t>(std::min(estimate, bound)));
+  // And never more than kMostReserved: for a hint of gigabytes a 32-bit process
+  // would be asked for more room than it can address (refused, and the refusal
+  // ended the reading) or for the memory the lines themselves need. Past that the
+  // collection grows as the lines come. The count is bounded while still a double,
+  // so that it always fits the integer it becomes.
+  const double wanted = std::min({estimate, bound, static_cast<double>(kMostReserved)});
+  try {
+    lines_->reserve(kSampleLines + static_cast<std::size_t>(wanted));
+  } catch (const std::bad_alloc&) {
+    // Only a guess: without the room the lines are read all the same.
+  }
 }
 
 }  // namespace lumo::display

@@ -73,6 +73,7 @@ class SaveFile {
   // After the first kSampleLines lines: room in the collection for the lines the
   // rest of the stream will probably give.
   static constexpr std::size_t kSampleLines = 256;
+  static constexpr std::size_t kMostReserved = std::size_t(1) << 22;
   void reserveForTheRest(uint64_t start);
 
   int32_t lineNum_ = 0;

@@ -91,9 +91,9 @@ struct FontChoice {
 
 FontChoice fontFor(const ustring& language) {
   const ustring l = toLower(trim(language));
-  if (l == u"cht") return {u"新細明體", 136};
-  if (l == u"en") return {u"Tahoma", 0};
-  return {u"宋体", 134};
+  if (l == u"cht") return {.name = u"新細明體", .charset = 136};
+  if (l == u"en") return {.name = u"Tahoma", .charset = 0};
+  return {.name = u"宋体", .charset = 134};
 }
 
 void applyFont(const ObjectPtr& font, const FontChoice& f) {
@@ -140,7 +140,7 @@ ustring Parse::loadspecialVtString(const ustring& word) {
   ErrStateGuard keep;
   ustring out;
   for (const ustring& piece : split(word, u"^|^")) {
-    if (startsWith(piece, u"~$~")) out += loadVtString(piece.substr(3));
+    if (piece.starts_with(u"~$~")) out += loadVtString(piece.substr(3));
     else out += piece;
   }
   return out;

@@ -218,7 +218,8 @@ void Window::detach() {
   bound().erase(hwnd);
   detail::countHandle(Handle::Window, -1);
   if (kind_ == Kind::Subclass) {
-    if (GetWindowLongPtrW(hwnd, GWLP_WNDPROC) == reinterpret_cast<LONG_PTR>(&Window::subclassProc))
+    if (GetWindowLongPtrW(hwnd, GWLP_WNDPROC) ==
+        reinterpret_cast<LONG_PTR>(static_cast<WNDPROC>(&Window::subclassProc)))
       SetWindowLongPtrW(hwnd, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(previous_));
     else if (IsWindow(hwnd))
       orphans()[hwnd] = previous_;  // ours stays in the chain and passes everything on
@@ -426,7 +427,8 @@ void Window::subclass(HWND control) {
   kind_ = Kind::Subclass;
   attach(control, Kind::Subclass);
   previous_ = reinterpret_cast<WNDPROC>(
-      SetWindowLongPtrW(control, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Window::subclassProc)));
+      SetWindowLongPtrW(control, GWLP_WNDPROC,
+                        reinterpret_cast<LONG_PTR>(static_cast<WNDPROC>(&Window::subclassProc))));
 }
 
 namespace {

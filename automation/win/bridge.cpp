@@ -2,6 +2,9 @@
 
 #include <cmath>
 #include <cstring>
+#include <span>
+
+#include "automation/win/com_abi.h"
 
 namespace lumo::win {
 
@@ -423,6 +426,7 @@ class VariantEnum final : public IEnumVARIANT {
   std::vector<Variant> items_;
   std::size_t pos_;
 };
+static_assert(abi::kEnumVariantAsCalled<VariantEnum>, "the enumerator's methods are called as COM calls them");
 
 class ObjectDispatch final : public IDispatch {
  public:
@@ -511,6 +515,9 @@ class ObjectDispatch final : public IDispatch {
                         : (flags & DISPATCH_PROPERTYPUT)  ? InvokeKind::Put
                         : (flags & DISPATCH_METHOD)       ? InvokeKind::Method
                                                           : InvokeKind::Get;
+      // The caller's arguments and the ids of the named ones (which stand first among them).
+      const std::span<VARIANT> argv(dp->rgvarg, dp->cArgs);
+      const std::span<const DISPID> named(dp->rgdispidNamedArgs, dp->cNamedArgs);
       const UINT n = dp->cArgs;
       // Positional arguments come last to first; the value of a put is the named DISPID_PROPERTYPUT one.
       std::vector<Variant> refTargets(n);
@@ -519,17 +526,17 @@ class ObjectDispatch final : public IDispatch {
       std::vector<UINT> order;
       for (UINT k = 0; k < n; ++k) {
         UINT idx = n - 1 - k;
-        if (dp->cNamedArgs && idx < dp->cNamedArgs) continue;  // named ones first in the array
+        if (idx < named.size()) continue;
         order.push_back(idx);
       }
-      for (UINT k = 0; k < dp->cNamedArgs; ++k)
-        if (dp->rgdispidNamedArgs[k] == DISPID_PROPERTYPUT) order.push_back(k);
+      for (UINT k = 0; k < named.size(); ++k)
+        if (named[k] == DISPID_PROPERTYPUT) order.push_back(k);
         else {
           if (argErr) *argErr = k;
           return DISP_E_NONAMEDARGS;
         }
       for (UINT idx : order) {
-        VARIANT& a = dp->rgvarg[idx];
+        VARIANT& a = argv[idx];
         try {
           if (V_VT(&a) & VT_BYREF) {
             refTargets[idx] = fromVariant(a);
@@ -545,7 +552,7 @@ class ObjectDispatch final : public IDispatch {
       Variant r = object_->invoke(name, kind, args);
       // Write back by-reference arguments in the caller's own type.
       for (UINT idx : order) {
-        VARIANT& a = dp->rgvarg[idx];
+        VARIANT& a = argv[idx];
         if (!(V_VT(&a) & VT_BYREF)) continue;
         Var fresh;
         toVariant(refTargets[idx], fresh.get());
@@ -589,6 +596,7 @@ class ObjectDispatch final : public IDispatch {
   ObjectPtr object_;
   std::vector<ustring> names_;
 };
+static_assert(abi::kDispatchAsCalled<ObjectDispatch>, "the wrapper's methods are called as COM calls them");
 
 }  // namespace
 

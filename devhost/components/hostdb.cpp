@@ -241,7 +241,7 @@ class FileIdentity {
       if (WCHAR* dos = toDos(toUtf8(path).c_str())) {
         std::wstring r(dos);
         HeapFree(GetProcessHeap(), 0, dos);
-        if (r.rfind(L"\\\\?\\", 0) == 0) r.erase(0, 4);  // the plain form suits the calls made here
+        if (r.starts_with(L"\\\\?\\")) r.erase(0, 4);  // the plain form suits the calls made here
         return r;
       }
     }

@@ -14,7 +14,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <optional>
+#include <span>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -350,20 +352,20 @@ const char* const kFunctions[] = {"销售", "财务", "采购", "生产", "仓�
                                   "研发", "客服", "市场", "物流", "行政", "法务", "审计", "工程"};
 const char* const kMobilePrefixes[] = {"130", "131", "132", "133", "135", "136", "137", "138", "139", "150",
                                        "151", "152", "155", "158", "159", "176", "180", "186", "188", "189"};
-template <class T, std::size_t N>
-constexpr std::size_t countOf(const T (&)[N]) {
-  return N;
+// One of the choices, drawn evenly.
+const char* pick(Rng& r, std::span<const char* const> choices) {
+  return choices[static_cast<std::size_t>(r.below(choices.size()))];
 }
 
 std::string personName(Rng& r) {
-  std::string s = kSurnames[r.below(countOf(kSurnames))];
-  s += kGiven[r.below(countOf(kGiven))];
-  if (r.chance(600)) s += kGiven[r.below(countOf(kGiven))];
+  std::string s = pick(r, kSurnames);
+  s += pick(r, kGiven);
+  if (r.chance(600)) s += pick(r, kGiven);
   return s;
 }
 
 std::string mobileNumber(Rng& r) {
-  std::string s = kMobilePrefixes[r.below(countOf(kMobilePrefixes))];
+  std::string s = pick(r, kMobilePrefixes);
   char digits[9];
   std::snprintf(digits, sizeof digits, "%08llu", static_cast<unsigned long long>(r.below(100000000ull)));
   return s + digits;
@@ -385,7 +387,7 @@ void generateSized(Inserts& in, Counts& c, long long employees) {
   if (groups < 1) groups = 1;
 
   const long long firstDept = 100001, firstEmp = 200001, firstUser = 16384, firstGroup = 40001;
-  const std::size_t nr = countOf(kRegions), nf = countOf(kFunctions);
+  const std::size_t nr = std::size(kRegions), nf = std::size(kFunctions);
   for (long long d = 0; d < departments; ++d) {
     std::string name = std::string(kRegions[d % nr]) + kFunctions[(d / nr) % nf] + "部";
     if (d >= static_cast<long long>(nr * nf)) name += std::to_string(d / (nr * nf) + 1);
@@ -455,7 +457,7 @@ long long loadResources(Inserts& in, const std::string& path) {
   std::stringstream ss;
   ss << f.rdbuf();
   std::string text = ss.str();
-  if (text.compare(0, 3, "\xEF\xBB\xBF") == 0) text.erase(0, 3);
+  if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
 
   int colEn = 1, colCht = 2;
   bool first = true;
