@@ -18,7 +18,7 @@ HRESULT publish(Error e, const ustring& source) noexcept {
       e = Error(static_cast<int32_t>(E_FAIL), e.description(), e.source(), e.helpFile(), e.helpContext());
       hr = E_FAIL;
     }
-    lumo::win::setErrorInfo(e);
+    lumo::com::setErrorInfo(e);
     return hr;
   } catch (...) {
     SetErrorInfo(0, nullptr);

@@ -34,7 +34,7 @@ class SaveFileObject final : public DualObject<_clsSaveFile> {
     if (ret) *ret = nullptr;
     return run(u"readLeftLines", [&] {
       checkOut(ret);
-      *ret = lumo::win::newObjectDispatch(file_.readLeftLines());
+      *ret = lumo::com::newObjectDispatch(file_.readLeftLines());
     });
   }
   HRESULT STDMETHODCALLTYPE get_action(Enum_Action* ret) override {

@@ -4,10 +4,10 @@
 
 namespace lumo::com {
 
-ustring fromBstrArg(BSTR b) { return lumo::win::fromBstr(b); }
+ustring fromBstrArg(BSTR b) { return lumo::com::fromBstr(b); }
 
 BSTR newBstr(const ustring& s) {
-  BSTR b = lumo::win::toBstr(s);
+  BSTR b = lumo::com::toBstr(s);
   if (!b) throw Error(static_cast<int32_t>(E_OUTOFMEMORY), u"Out of memory");
   return b;
 }
@@ -24,13 +24,13 @@ ObjectPtr objectFromDispatch(IDispatch* d) {
   VariantInit(&v);
   V_VT(&v) = VT_DISPATCH;
   V_DISPATCH(&v) = d;  // borrowed: fromVariant takes its own reference
-  return lumo::win::fromVariant(v).toObject();
+  return lumo::com::fromVariant(v).toObject();
 }
 
 IDispatch* dispatchFromObject(const ObjectPtr& object) {
   if (!object) return nullptr;
-  lumo::win::Var v;
-  lumo::win::toVariant(Variant(object), v.get());
+  lumo::com::Var v;
+  lumo::com::toVariant(Variant(object), v.get());
   if (V_VT(v.get()) != VT_DISPATCH) throw Error(errnum::TypeMismatch);
   IDispatch* d = V_DISPATCH(v.get());
   if (d) d->AddRef();
@@ -41,12 +41,12 @@ bool isMissing(const VARIANT& v) { return V_VT(&v) == VT_ERROR && V_ERROR(&v) ==
 
 Variant optionalArg(const VARIANT& v) {
   if (isMissing(v)) return Variant::missing();
-  return lumo::win::fromVariant(v);
+  return lumo::com::fromVariant(v);
 }
 
 ObjectPtr optionalObject(const VARIANT& v) {
   if (isMissing(v)) return nullptr;
-  Variant value = lumo::win::fromVariant(v);
+  Variant value = lumo::com::fromVariant(v);
   if (value.isEmpty() || value.isNull()) return nullptr;
   return value.toObject();
 }
@@ -61,10 +61,10 @@ Args varargs(SAFEARRAY* array) {
   SafeArrayGetLBound(array, 1, &lower);
   SafeArrayGetUBound(array, 1, &upper);
   for (LONG i = lower; i <= upper; ++i) {
-    lumo::win::Var element;
+    lumo::com::Var element;
     HRESULT hr = SafeArrayGetElement(array, &i, element.get());
     if (FAILED(hr)) throw Error(static_cast<int32_t>(hr), u"Cannot read an argument");
-    args.push_back(lumo::win::fromVariant(element.ref()));
+    args.push_back(lumo::com::fromVariant(element.ref()));
   }
   return args;
 }

@@ -147,16 +147,16 @@ class DualObject : public Itf, public IProvideClassInfo, public ISupportErrorInf
   const IID& iid_;
   const CLSID& clsid_;
   const char16_t* className_;
-  lumo::win::ComPtr<ITypeInfo> typeInfo_;
+  lumo::com::ComPtr<ITypeInfo> typeInfo_;
 };
 
 // Creates a new instance of T from 'args' and queries it for riid.
 template <class T, class... Args>
 HRESULT createInstance(REFIID riid, void** ppv, Args&&... args) noexcept {
   // Checked for each public class where it is created, with whatever it overrides.
-  static_assert(lumo::win::abi::kDispatchAsCalled<T>, "a public class's methods are called as COM calls them");
-  static_assert(lumo::win::abi::kCallableAs<decltype(&T::GetClassInfo), HRESULT (STDMETHODCALLTYPE T::*)(ITypeInfo**)> &&
-                    lumo::win::abi::kCallableAs<decltype(&T::InterfaceSupportsErrorInfo),
+  static_assert(lumo::com::abi::kDispatchAsCalled<T>, "a public class's methods are called as COM calls them");
+  static_assert(lumo::com::abi::kCallableAs<decltype(&T::GetClassInfo), HRESULT (STDMETHODCALLTYPE T::*)(ITypeInfo**)> &&
+                    lumo::com::abi::kCallableAs<decltype(&T::InterfaceSupportsErrorInfo),
                                                 HRESULT (STDMETHODCALLTYPE T::*)(REFIID)>,
                 "class information and error information are answered as COM asks");
   if (!ppv) return E_POINTER;

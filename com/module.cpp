@@ -58,7 +58,7 @@ void lockServer(bool lock) {
 long serverLocks() { return g_locks; }
 
 bool canUnload() {
-  if (g_objects != 0 || g_locks != 0 || lumo::win::liveObjects() != 0) return false;
+  if (g_objects != 0 || g_locks != 0 || lumo::com::liveObjects() != 0) return false;
   // The module may go now: drop what it keeps for the life of the process (the
   // type library, the shared resource loaders) while it is still safe to call out.
   if (g_typeLib) std::exchange(g_typeLib, nullptr)->Release();
@@ -78,7 +78,7 @@ HRESULT typeLib(ITypeLib** out) {
   if (!g_typeLib) {
     ustring path = modulePath();
     if (path.empty()) return HRESULT_FROM_WIN32(GetLastError());
-    HRESULT hr = LoadTypeLibEx(lumo::win::wz(path), REGKIND_NONE, &g_typeLib);
+    HRESULT hr = LoadTypeLibEx(lumo::wz(path), REGKIND_NONE, &g_typeLib);
     if (FAILED(hr)) {
       g_typeLib = nullptr;
       return hr;
@@ -92,7 +92,7 @@ HRESULT typeLib(ITypeLib** out) {
 HRESULT dispatchTypeInfo(REFIID iid, ITypeInfo** out) {
   if (!out) return E_POINTER;
   *out = nullptr;
-  lumo::win::ComPtr<ITypeLib> lib;
+  lumo::com::ComPtr<ITypeLib> lib;
   HRESULT hr = typeLib(lib.put());
   if (FAILED(hr)) return hr;
   return lib->GetTypeInfoOfGuid(iid, out);
@@ -101,7 +101,7 @@ HRESULT dispatchTypeInfo(REFIID iid, ITypeInfo** out) {
 HRESULT interfaceTypeInfo(REFIID iid, ITypeInfo** out) {
   if (!out) return E_POINTER;
   *out = nullptr;
-  lumo::win::ComPtr<ITypeInfo> info;
+  lumo::com::ComPtr<ITypeInfo> info;
   HRESULT hr = dispatchTypeInfo(iid, info.put());
   if (FAILED(hr)) return hr;
   TYPEATTR* attr = nullptr;

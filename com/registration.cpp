@@ -19,7 +19,7 @@
 namespace lumo::com {
 namespace {
 
-using lumo::win::wz;
+using lumo::wz;
 
 constexpr char16_t kLibraryName[] = u"LumoSmsManager";
 constexpr char16_t kVersion[] = u"1.0";
@@ -35,7 +35,7 @@ constexpr char16_t kTypeLibPlatform[] = u"win32";
 ustring guidText(REFGUID guid) {
   wchar_t buffer[40] = {};
   StringFromGUID2(guid, buffer, 40);
-  return lumo::win::fromWz(buffer);
+  return lumo::fromWide(buffer);
 }
 
 // One value to write: key (below Software\Classes), value name ("" = default), text.
@@ -161,7 +161,7 @@ HRESULT unregisterIn(HKEY classes) {
 
 HRESULT registerIn(HKEY classes) {
   // Refuse to register a module we cannot describe: its type library must load.
-  lumo::win::ComPtr<ITypeLib> lib;
+  lumo::com::ComPtr<ITypeLib> lib;
   HRESULT hr = typeLib(lib.put());
   if (FAILED(hr)) return hr;
   if (modulePath().empty()) return E_UNEXPECTED;

@@ -56,7 +56,7 @@ class WindowsPlatform final : public Platform {
   // While held (a window open), each component's class object is looked up
   // once: the system's look-up is what creating a component mostly costs.
   ObjectPtr create(const ustring& progId) override {
-    return holds_ > 0 ? classObjects_.create(progId) : lumo::win::createByProgId(progId);
+    return holds_ > 0 ? classObjects_.create(progId) : lumo::com::createByProgId(progId);
   }
 
   void holdClassObjects(bool hold) override {
@@ -83,7 +83,7 @@ class WindowsPlatform final : public Platform {
   }
 
   int32_t messageBox(const ustring& prompt, int32_t buttons, const ustring& title) override {
-    return MessageBoxW(GetActiveWindow(), lumo::win::wz(prompt), lumo::win::wz(title), static_cast<UINT>(buttons));
+    return MessageBoxW(GetActiveWindow(), lumo::wz(prompt), lumo::wz(title), static_cast<UINT>(buttons));
   }
 
   ustring moduleDirectory() override { return lumo::com::moduleDirectory(); }
@@ -97,7 +97,7 @@ class WindowsPlatform final : public Platform {
 
   std::string toAnsi(const ustring& text) override {
     if (text.empty()) return {};
-    const wchar_t* wide = lumo::win::wz(text);
+    const wchar_t* wide = lumo::wz(text);
     int n = WideCharToMultiByte(CP_ACP, 0, wide, static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
     std::string out(static_cast<std::size_t>(n > 0 ? n : 0), '\0');
     if (n > 0) WideCharToMultiByte(CP_ACP, 0, wide, static_cast<int>(text.size()), out.data(), n, nullptr, nullptr);
@@ -119,7 +119,7 @@ class WindowsPlatform final : public Platform {
 
  private:
   int holds_ = 0;
-  lumo::win::ClassObjects classObjects_;
+  lumo::com::ClassObjects classObjects_;
   LateLibrary readTcp_{"vtappsvr.dll", "ReadTcp"};
   LateLibrary htmlHelp_{"hhctrl.ocx", "HtmlHelpA"};
 };

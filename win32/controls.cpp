@@ -8,8 +8,6 @@
 
 namespace lumo::win32 {
 
-ustring fromWide(const wchar_t* s, std::size_t n) { return ustring(reinterpret_cast<const char16_t*>(s), n); }
-
 ustring windowText(HWND hwnd) {
   const int n = GetWindowTextLengthW(hwnd);
   if (n <= 0) return {};

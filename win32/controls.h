@@ -7,12 +7,11 @@
 
 #include "automation/object.h"
 #include "automation/text.h"
+#include "automation/win/wide.h"
 #include "win32/window.h"
 
 namespace lumo::win32 {
 
-inline const wchar_t* wz(const ustring& s) { return reinterpret_cast<const wchar_t*>(s.c_str()); }
-ustring fromWide(const wchar_t* s, std::size_t n);
 
 // The window's text, whole.
 ustring windowText(HWND hwnd);

@@ -6,7 +6,7 @@
 
 #include "automation/win/com_abi.h"
 
-namespace lumo::win {
+namespace lumo::com {
 
 namespace {
 
@@ -167,7 +167,7 @@ static ustring systemMessage(HRESULT hr) {
                            nullptr, static_cast<DWORD>(hr), 0, reinterpret_cast<wchar_t*>(&buf), 0, nullptr);
   ustring s;
   if (n && buf) {
-    s = fromWz(buf);
+    s = fromWide(buf);
     while (!s.empty() && (s.back() == u'\n' || s.back() == u'\r' || s.back() == u' ' || s.back() == u'.'))
       s.pop_back();
   }
@@ -175,7 +175,7 @@ static ustring systemMessage(HRESULT hr) {
   if (s.empty()) {
     wchar_t hex[32];
     swprintf(hex, 32, L"0x%08lX", static_cast<unsigned long>(hr));
-    s = u"Automation error " + fromWz(hex);
+    s = u"Automation error " + fromWide(hex);
   }
   return s;
 }
@@ -465,7 +465,7 @@ class ObjectDispatch final : public IDispatch {
   HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) override {
     if (!names || !ids || count == 0) return E_INVALIDARG;
     for (UINT i = 1; i < count; ++i) ids[i] = DISPID_UNKNOWN;  // named arguments are not supported
-    ustring name = fromWz(names[0]);
+    ustring name = fromWide(names[0]);
     if (equalsNoCase(name, u"_NewEnum")) {
       ids[0] = DISPID_NEWENUM;
       return count == 1 ? S_OK : DISP_E_UNKNOWNNAME;
@@ -662,4 +662,4 @@ void ClassObjects::clear() {
   old.swap(entries_);
 }
 
-}  // namespace lumo::win
+}  // namespace lumo::com

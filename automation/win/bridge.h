@@ -8,7 +8,7 @@
 #include "automation/object.h"
 #include "automation/win/com_ptr.h"
 
-namespace lumo::win {
+namespace lumo::com {
 
 // VARIANT -> Variant. Objects become DispatchObjects (or the original Object when
 // the IDispatch is one of ours). By-reference VARIANTs are read through.
@@ -85,4 +85,4 @@ class ClassObjects {
   std::vector<Entry> entries_;  // the host's components: a dozen at most, a short list
 };
 
-}  // namespace lumo::win
+}  // namespace lumo::com

@@ -16,7 +16,7 @@
 #include <cstdint>
 #include <type_traits>
 
-namespace lumo::win::abi {
+namespace lumo::com::abi {
 
 inline constexpr bool kPointers32 = sizeof(void*) == 4;
 
@@ -91,4 +91,4 @@ static_assert(std::is_same_v<decltype(&::GetWindowLongPtrW), LONG_PTR(WINAPI*)(H
 // The core holds window handles as intptr_t.
 static_assert(sizeof(intptr_t) == sizeof(HWND), "a window handle fits the core's intptr_t");
 
-}  // namespace lumo::win::abi
+}  // namespace lumo::com::abi

@@ -8,8 +8,9 @@
 #include <utility>
 
 #include "automation/text.h"
+#include "automation/win/wide.h"
 
-namespace lumo::win {
+namespace lumo::com {
 
 template <class T>
 class ComPtr {
@@ -80,8 +81,6 @@ inline ustring fromBstr(BSTR b) { return b ? ustring(reinterpret_cast<const char
 inline BSTR toBstr(ustring_view s) {
   return SysAllocStringLen(reinterpret_cast<const OLECHAR*>(s.data()), static_cast<UINT>(s.size()));
 }
-inline const wchar_t* wz(const ustring& s) { return reinterpret_cast<const wchar_t*>(s.c_str()); }
-inline ustring fromWz(const wchar_t* s) { return s ? ustring(reinterpret_cast<const char16_t*>(s)) : ustring(); }
 
 class Var {
  public:
@@ -96,4 +95,4 @@ class Var {
   VARIANT v_;
 };
 
-}  // namespace lumo::win
+}  // namespace lumo::com

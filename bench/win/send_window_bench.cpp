@@ -69,7 +69,7 @@ using lumo::test::itemChecked;
 using lumo::test::itemText;
 using lumo::test::nowMs;
 using lumo::test::sendWindows;
-using lumo::win::wz;
+using lumo::wz;
 using lumo::win32::windowText;
 namespace odbc = lumo::devhost::odbc;
 
@@ -161,7 +161,7 @@ class OdbcRows final : public Rows {
 class GetDataRows final : public Rows {
  public:
   GetDataRows(const ustring& props, const ustring& sql) {
-    ObjectPtr component = win::createByProgId(u"LumoMSmsManager.clsBillUseInfo");
+    ObjectPtr component = com::createByProgId(u"LumoMSmsManager.clsBillUseInfo");
     rs_ = component->call(u"GetData", {props, sql}).toObject();
     check(rs_ != nullptr, "GetData gave no recordset");
   }
@@ -373,7 +373,7 @@ class SizeRun {
                                 u"ORDER BY u.FUserID LIMIT 1")
                              .toString();
     check(!user.empty(), "no user bound to an employee in " + path_);
-    props_ = win::createByProgId(u"PropsMgr.ShareProps")->call(u"SignIn", {user, ustring(u"chs")}).toString();
+    props_ = com::createByProgId(u"PropsMgr.ShareProps")->call(u"SignIn", {user, ustring(u"chs")}).toString();
 
     prepare();
     for (int round = 0; round < rounds_; ++round) {
@@ -438,7 +438,7 @@ class SizeRun {
   HWND open() {
     const std::size_t before = sendWindows().size();
     {
-      ObjectPtr manager = win::createByProgId(u"LumoSmsManager.clsSmsManager");
+      ObjectPtr manager = com::createByProgId(u"LumoSmsManager.clsSmsManager");
       manager->call(u"SendSms", {});
     }
     std::vector<HWND> now = sendWindows();
@@ -674,7 +674,7 @@ class SizeRun {
   // once for the message and the box's title), without the window.
   double replayVerdictLookups() {
     const double t0 = nowMs();
-    win::createByProgId(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage");
+    com::createByProgId(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage");
     return nowMs() - t0;
   }
 
@@ -685,7 +685,7 @@ class SizeRun {
   // window needs beyond this.
   double replaySearch() {
     const double t0 = nowMs();
-    win::ClassObjects classes;
+    com::ClassObjects classes;
     classes.create(u"LumoLangInfo.LangInfo")->get(u"CurrentLanguage");
     const ustring props =
         classes.create(u"PropsMgr.ShareProps")

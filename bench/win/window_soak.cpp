@@ -78,7 +78,7 @@ Left left() {
   Left l{};
   l.objects = lumo::com::liveComObjects();
   l.locks = lumo::com::serverLocks();
-  l.bridges = lumo::win::liveObjects();
+  l.bridges = lumo::com::liveObjects();
   for (int k = 0; k < win32::kHandleKinds; ++k) l.handles[k] = win32::liveHandles(static_cast<win32::Handle>(k));
   l.windows = static_cast<long>(lumo::test::sendWindows().size() + listWindows().size());
   l.gdi = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
@@ -100,7 +100,7 @@ void sendWindowCycle() {
     if (GetErrorInfo(0, &info) == S_OK && info) {
       BSTR text = nullptr;
       info->GetDescription(&text);
-      if (text) why += ": " + lumo::toUtf8(win32::fromWide(text, SysStringLen(text)));
+      if (text) why += ": " + lumo::toUtf8(lumo::fromWide(text, SysStringLen(text)));
       SysFreeString(text);
       info->Release();
     }
@@ -162,7 +162,7 @@ int main(int argc, char** argv) {
   const lumo::test::RegisteredServers host({LUMO_DEVHOST_DLL});
   if (!host.failure().empty()) fail(host.failure());
   try {
-    lumo::win::createByProgId(u"PropsMgr.ShareProps")->call(u"SignIn", {ustring(u"王建国"), ustring(u"chs")});
+    lumo::com::createByProgId(u"PropsMgr.ShareProps")->call(u"SignIn", {ustring(u"王建国"), ustring(u"chs")});
   } catch (const lumo::Error& e) {
     fail("sign-in failed: " + lumo::toUtf8(e.description()));
   }

@@ -30,7 +30,7 @@ CallResult guarded(F&& f) {
 ustring exeDirectory() {
   wchar_t path[MAX_PATH * 4];
   DWORD n = GetModuleFileNameW(nullptr, path, static_cast<DWORD>(std::size(path)));
-  ustring p = win::fromWz(n ? path : L"");
+  ustring p = fromWide(n ? path : L"");
   std::size_t slash = p.find_last_of(u"\\/");
   return slash == ustring::npos ? ustring() : p.substr(0, slash);
 }
@@ -45,7 +45,7 @@ ustring windowsPath(const ustring& p) {
 }
 
 bool readFile(const ustring& path, std::string& out) {
-  HANDLE h = CreateFileW(win::wz(path), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+  HANDLE h = CreateFileW(wz(path), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
                          nullptr);
   if (h == INVALID_HANDLE_VALUE) return false;
   out.clear();
@@ -115,7 +115,7 @@ std::optional<ustring> App::askLoader(const ustring& key, Language l) const {
   if (!loaderTried_) {
     loaderTried_ = true;
     try {
-      loader_ = win::createByProgId(u"LumoResLoader.Loader");
+      loader_ = com::createByProgId(u"LumoResLoader.Loader");
     } catch (const Error&) {
       loader_.reset();  // no loader registered: the table answers alone
     }
@@ -139,7 +139,7 @@ ustring App::trIn(const ustring& key, Language l) const {
 CallResult App::signIn(const ustring& user, Language l) {
   ustring props;
   CallResult r = guarded([&] {
-    if (!shareProps_) shareProps_ = win::createByProgId(u"PropsMgr.ShareProps");
+    if (!shareProps_) shareProps_ = com::createByProgId(u"PropsMgr.ShareProps");
     shareProps_->call(u"SignIn", {Variant(user), Variant(languageCode(l))});
     try {
       props = shareProps_->call(u"GetProperty", {Variant(static_cast<int32_t>(GetCurrentProcessId())),
@@ -167,14 +167,14 @@ UserList App::listUsers() {
   CallResult r = guarded([&] {
     ustring props;
     try {
-      ObjectPtr sp = shareProps_ ? shareProps_ : win::createByProgId(u"PropsMgr.ShareProps");
+      ObjectPtr sp = shareProps_ ? shareProps_ : com::createByProgId(u"PropsMgr.ShareProps");
       props = sp->call(u"GetProperty", {Variant(static_cast<int32_t>(GetCurrentProcessId())), Variant(u"PropsString")})
                   .toString();
     } catch (const Error&) {
       props.clear();
     }
     if (trim(props).empty()) props = kSystemSession;  // nobody signed in yet in this process
-    ObjectPtr data = win::createByProgId(u"LumoMSmsManager.clsBillUseInfo");
+    ObjectPtr data = com::createByProgId(u"LumoMSmsManager.clsBillUseInfo");
     ObjectPtr rs = data->call(u"GetData", {Variant(props),
                                            Variant(u"Select FName,FEmpID From t_User Where FUserID Between 16384 "
                                                    u"And 32767 And FForbidden=0 Order By FUserID")})
@@ -201,7 +201,7 @@ UserList App::listUsers() {
 
 CallResult App::runCommand(const Command& c) {
   CallResult r = guarded([&] {
-    ObjectPtr manager = win::createByProgId(u"LumoSmsManager.clsSmsManager");
+    ObjectPtr manager = com::createByProgId(u"LumoSmsManager.clsSmsManager");
     Args args;
     if (c.takesType) args.push_back(Variant(ustring()));
     manager->call(c.member, args);
@@ -224,7 +224,7 @@ void App::report(const ustring& line) const {
     WriteFile(err, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
   }
   if (options_.logFile) {
-    if (FILE* f = _wfopen(win::wz(*options_.logFile), L"ab")) {
+    if (FILE* f = _wfopen(wz(*options_.logFile), L"ab")) {
       fwrite(bytes.data(), 1, bytes.size(), f);
       fclose(f);
     }
@@ -236,11 +236,11 @@ void App::showError(HWND owner, const ustring& title, const ustring& what, const
   wchar_t hex[16];
   swprintf(hex, 16, L"0x%08lX", static_cast<unsigned long>(static_cast<uint32_t>(r.hresult)));
   ustring number = toText(r.number);
-  if (r.number != r.hresult) number += u" (" + win::fromWz(hex) + u")";
+  if (r.number != r.hresult) number += u" (" + fromWide(hex) + u")";
   ustring text = r.description + u"\r\n\r\n";
   if (!what.empty()) text += what + u"\r\n";
   text += trf(u"错误来源: %1", {r.source}) + u"\r\n" + trf(u"错误号: %1", {number});
-  MessageBoxW(owner, win::wz(text), win::wz(title), MB_OK | MB_ICONERROR);
+  MessageBoxW(owner, wz(text), wz(title), MB_OK | MB_ICONERROR);
 }
 
 // ---------------------------------------------------------------- DPI

@@ -26,7 +26,7 @@ std::vector<ustring> commandLine() {
   int argc = 0;
   wchar_t** argv = CommandLineToArgvW(GetCommandLineW(), &argc);
   std::vector<ustring> args;
-  for (int i = 1; i < argc; ++i) args.push_back(win::fromWz(argv[i]));
+  for (int i = 1; i < argc; ++i) args.push_back(fromWide(argv[i]));
   if (argv) LocalFree(argv);
   return args;
 }
@@ -87,7 +87,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
     ustring text = parsed.error.empty() ? usageText() : u"LumoErp: " + parsed.error + u"\n" + usageText();
     writeStderr(text);
     if (parsed.options.errorBoxes)
-      MessageBoxW(nullptr, win::wz(text), L"LumoErp", parsed.error.empty() ? MB_ICONINFORMATION : MB_ICONERROR);
+      MessageBoxW(nullptr, wz(text), L"LumoErp", parsed.error.empty() ? MB_ICONINFORMATION : MB_ICONERROR);
     return parsed.error.empty() ? 0 : 2;
   }
 

@@ -80,13 +80,13 @@ struct SignInState {
 
 const Language kLanguages[] = {Language::Chs, Language::En, Language::Cht};
 
-void setText(HWND dlg, int id, const ustring& text) { SetDlgItemTextW(dlg, id, win::wz(text)); }
+void setText(HWND dlg, int id, const ustring& text) { SetDlgItemTextW(dlg, id, wz(text)); }
 
 // Captions in the language chosen in the dialog, so the choice shows at once.
 void applyTexts(HWND dlg, SignInState& s) {
   const App& app = *s.app;
   Language l = s.language;
-  SetWindowTextW(dlg, win::wz(app.trIn(u"登录", l) + u" - " + app.trIn(u"Lumo ERP 演示客户端", l)));
+  SetWindowTextW(dlg, wz(app.trIn(u"登录", l) + u" - " + app.trIn(u"Lumo ERP 演示客户端", l)));
   setText(dlg, IdUserLabel, app.trIn(u"用户名:", l));
   setText(dlg, IdLanguageLabel, app.trIn(u"语言:", l));
   setText(dlg, IDOK, app.trIn(u"确定(&O)", l));
@@ -97,7 +97,7 @@ void applyTexts(HWND dlg, SignInState& s) {
   SendMessageW(combo, CB_RESETCONTENT, 0, 0);
   int selected = 0;
   for (int i = 0; i < 3; ++i) {
-    SendMessageW(combo, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(win::wz(app.trIn(languageNameKey(kLanguages[i]), l))));
+    SendMessageW(combo, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(wz(app.trIn(languageNameKey(kLanguages[i]), l))));
     if (kLanguages[i] == l) selected = i;
   }
   SendMessageW(combo, CB_SETCURSEL, static_cast<WPARAM>(selected), 0);
@@ -108,7 +108,7 @@ ustring windowText(HWND w) {
   std::wstring buf(static_cast<std::size_t>(n) + 1, L'\0');
   GetWindowTextW(w, buf.data(), n + 1);
   buf.resize(static_cast<std::size_t>(n));
-  return win::fromWz(buf.c_str());
+  return fromWide(buf.c_str());
 }
 
 INT_PTR CALLBACK signInProc(HWND dlg, UINT msg, WPARAM wp, LPARAM lp) {
@@ -121,13 +121,13 @@ INT_PTR CALLBACK signInProc(HWND dlg, UINT msg, WPARAM wp, LPARAM lp) {
       int selected = -1;
       for (std::size_t i = 0; i < s->users.users.size(); ++i) {
         const UserRow& u = s->users.users[i];
-        SendMessageW(users, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(win::wz(u.name)));
+        SendMessageW(users, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(wz(u.name)));
         if (!s->user.empty() ? u.name == s->user : (selected < 0 && u.hasEmployee)) selected = static_cast<int>(i);
       }
       if (selected >= 0)
         SendMessageW(users, CB_SETCURSEL, static_cast<WPARAM>(selected), 0);
       else
-        SetWindowTextW(users, win::wz(s->user));
+        SetWindowTextW(users, wz(s->user));
       applyTexts(dlg, *s);
       return TRUE;
     }

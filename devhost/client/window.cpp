@@ -40,15 +40,15 @@ MainWindow* self(HWND hwnd) { return reinterpret_cast<MainWindow*>(GetWindowLong
 HMENU buildMenu(const App& app) {
   HMENU bar = CreateMenu();
   HMENU file = CreatePopupMenu();
-  AppendMenuW(file, MF_STRING, IdSwitchUser, win::wz(app.tr(u"切换用户")));
+  AppendMenuW(file, MF_STRING, IdSwitchUser, wz(app.tr(u"切换用户")));
   AppendMenuW(file, MF_SEPARATOR, 0, nullptr);
-  AppendMenuW(file, MF_STRING, IdExit, win::wz(app.tr(u"退出")));
-  AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(file), win::wz(app.tr(u"文件(&F)")));
+  AppendMenuW(file, MF_STRING, IdExit, wz(app.tr(u"退出")));
+  AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(file), wz(app.tr(u"文件(&F)")));
   HMENU sms = CreatePopupMenu();
   const auto& list = commands();
   for (std::size_t i = 0; i < list.size(); ++i)
-    AppendMenuW(sms, MF_STRING, IdCommandBase + i, win::wz(app.tr(list[i].caption)));
-  AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(sms), win::wz(app.tr(u"短信(&M)")));
+    AppendMenuW(sms, MF_STRING, IdCommandBase + i, wz(app.tr(list[i].caption)));
+  AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(sms), wz(app.tr(u"短信(&M)")));
   return bar;
 }
 
@@ -60,7 +60,7 @@ void setStatus(MainWindow& w) {
   ustring parts[3] = {app.trf(u"用户: %1", {user}), app.trf(u"语言: %1", {app.tr(languageNameKey(app.language()))}),
                       app.trf(u"数据库: %1", {database})};
   for (int i = 0; i < 3; ++i)
-    SendMessageW(w.status, SB_SETTEXTW, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(win::wz(parts[i])));
+    SendMessageW(w.status, SB_SETTEXTW, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(wz(parts[i])));
 }
 
 void layout(MainWindow& w) {
@@ -89,7 +89,7 @@ void setColumns(MainWindow& w, bool create) {
     ustring text = app.tr(heads[i]);
     LVCOLUMNW c{};
     c.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_SUBITEM;
-    c.pszText = const_cast<wchar_t*>(win::wz(text));
+    c.pszText = const_cast<wchar_t*>(wz(text));
     c.cx = scaled(widths[i], w.dpi);
     c.iSubItem = i;
     SendMessageW(w.list, create ? LVM_INSERTCOLUMNW : LVM_SETCOLUMNW, static_cast<WPARAM>(i),
@@ -107,13 +107,13 @@ void setToolbarButtons(MainWindow& w, bool create) {
       b.idCommand = static_cast<int>(IdCommandBase + i);
       b.fsState = TBSTATE_ENABLED;
       b.fsStyle = BTNS_BUTTON | BTNS_AUTOSIZE | BTNS_SHOWTEXT;
-      b.iString = reinterpret_cast<INT_PTR>(win::wz(text));
+      b.iString = reinterpret_cast<INT_PTR>(wz(text));
       SendMessageW(w.toolbar, TB_ADDBUTTONSW, 1, reinterpret_cast<LPARAM>(&b));
     } else {
       TBBUTTONINFOW info{};
       info.cbSize = sizeof info;
       info.dwMask = TBIF_TEXT;
-      info.pszText = const_cast<wchar_t*>(win::wz(text));
+      info.pszText = const_cast<wchar_t*>(wz(text));
       SendMessageW(w.toolbar, TB_SETBUTTONINFOW, IdCommandBase + i, reinterpret_cast<LPARAM>(&info));
     }
   }
@@ -131,7 +131,7 @@ void applyFont(MainWindow& w) {
 void applyTexts(MainWindow& w) {
   const App& app = *w.app;
   ustring caption = app.tr(u"Lumo ERP 演示客户端") + u" - " + (app.signedIn() ? app.user() : app.tr(u"未登录"));
-  SetWindowTextW(w.hwnd, win::wz(caption));
+  SetWindowTextW(w.hwnd, wz(caption));
   HMENU old = GetMenu(w.hwnd);
   SetMenu(w.hwnd, buildMenu(app));
   if (old) DestroyMenu(old);
@@ -146,17 +146,17 @@ void addRecord(MainWindow& w, const Command& c, const CallResult& r) {
   std::time_t now = std::time(nullptr);
   std::tm* t = std::localtime(&now);
   wcsftime(stamp, 16, L"%H:%M:%S", t);
-  ustring cells[3] = {win::fromWz(stamp), w.app->tr(c.caption),
+  ustring cells[3] = {fromWide(stamp), w.app->tr(c.caption),
                       r.ok ? w.app->tr(u"已完成") : r.description + u" (" + r.source + u")"};
   LVITEMW item{};
   item.mask = LVIF_TEXT;
   item.iItem = static_cast<int>(SendMessageW(w.list, LVM_GETITEMCOUNT, 0, 0));
-  item.pszText = const_cast<wchar_t*>(win::wz(cells[0]));
+  item.pszText = const_cast<wchar_t*>(wz(cells[0]));
   int row = static_cast<int>(SendMessageW(w.list, LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item)));
   for (int i = 1; i < 3; ++i) {
     LVITEMW sub{};
     sub.iSubItem = i;
-    sub.pszText = const_cast<wchar_t*>(win::wz(cells[i]));
+    sub.pszText = const_cast<wchar_t*>(wz(cells[i]));
     SendMessageW(w.list, LVM_SETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&sub));
   }
   SendMessageW(w.list, LVM_ENSUREVISIBLE, static_cast<WPARAM>(row), FALSE);

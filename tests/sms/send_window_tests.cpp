@@ -41,7 +41,7 @@ using lumo::test::RegisteredServers;
 using lumo::test::sendWindows;
 using lumo::test::u16;
 using lumo::test::u8;
-using lumo::win::wz;
+using lumo::wz;
 using lumo::win32::windowText;
 namespace odbc = lumo::devhost::odbc;
 
@@ -176,9 +176,9 @@ class SendWindow : public ::testing::Test {
   }
 
   ustring signIn(const ustring& user, const ustring& language) {
-    return win::createByProgId(u"PropsMgr.ShareProps")->call(u"SignIn", {user, language}).toString();
+    return com::createByProgId(u"PropsMgr.ShareProps")->call(u"SignIn", {user, language}).toString();
   }
-  void sendSms() { win::createByProgId(u"LumoSmsManager.clsSmsManager")->call(u"SendSms", {}); }
+  void sendSms() { com::createByProgId(u"LumoSmsManager.clsSmsManager")->call(u"SendSms", {}); }
 
   // Opens one window and returns it.
   HWND openWindow() {

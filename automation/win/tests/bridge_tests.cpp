@@ -3,7 +3,7 @@
 #include "automation/win/bridge.h"
 
 using namespace lumo;
-using namespace lumo::win;
+using namespace lumo::com;
 
 namespace {
 

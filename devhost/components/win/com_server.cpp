@@ -14,7 +14,7 @@
 #include "devhost/components/hostdb.h"
 
 using lumo::ustring;
-using lumo::win::wz;
+using lumo::wz;
 using namespace lumo::devhost;
 
 namespace {
@@ -62,10 +62,10 @@ class ClassFactory final : public IClassFactory {
     if (outer) return CLASS_E_NOAGGREGATION;
     try {
       lumo::ObjectPtr object = createComponent(cls_.progId);
-      lumo::win::ComPtr<IDispatch> d = lumo::win::ComPtr<IDispatch>::attach(lumo::win::newObjectDispatch(object));
+      lumo::com::ComPtr<IDispatch> d = lumo::com::ComPtr<IDispatch>::attach(lumo::com::newObjectDispatch(object));
       return d->QueryInterface(riid, ppv);
     } catch (const lumo::Error& e) {
-      lumo::win::setErrorInfo(e);
+      lumo::com::setErrorInfo(e);
       return e.number() == lumo::errnum::CannotCreateObject ? CLASS_E_CLASSNOTAVAILABLE : e.hresult();
     } catch (...) {
       return E_OUTOFMEMORY;
@@ -169,7 +169,7 @@ STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) {
 }
 
 STDAPI DllCanUnloadNow() {
-  return (g_locks == 0 && g_factories == 0 && lumo::win::liveObjects() == 0) ? S_OK : S_FALSE;
+  return (g_locks == 0 && g_factories == 0 && lumo::com::liveObjects() == 0) ? S_OK : S_FALSE;
 }
 
 STDAPI DllRegisterServer() { return registerAll(HKEY_LOCAL_MACHINE); }
@@ -178,7 +178,7 @@ STDAPI DllUnregisterServer() { return unregisterAll(HKEY_LOCAL_MACHINE); }
 
 // regsvr32 /i:user [/u] /n LumoDevHost.dll: per-user registration under HKCU.
 STDAPI DllInstall(BOOL install, LPCWSTR cmdLine) {
-  bool user = cmdLine && lumo::equalsNoCase(lumo::win::fromWz(cmdLine), u"user");
+  bool user = cmdLine && lumo::equalsNoCase(lumo::fromWide(cmdLine), u"user");
   HKEY root = user ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE;
   return install ? registerAll(root) : unregisterAll(root);
 }

@@ -30,7 +30,7 @@ using lumo::test::RegisteredServers;
 using lumo::test::u8;
 using lumo::test::wide;
 using lumo::test::windowsPath;
-using win::wz;
+using lumo::wz;
 
 // The database the components use, named by LUMO_DEVHOST_DB.
 ustring envDb() { return environment(L"LUMO_DEVHOST_DB"); }
@@ -67,7 +67,7 @@ class DevHostCom : public ::testing::Test {
     if (db_) db_->execute(u"DELETE FROM dh_Switch");
   }
 
-  ObjectPtr create(const ustring& progId) { return win::createByProgId(progId); }
+  ObjectPtr create(const ustring& progId) { return com::createByProgId(progId); }
   ustring signIn(const ustring& user, const ustring& language) {
     return create(u"PropsMgr.ShareProps")->call(u"SignIn", {user, language}).toString();
   }
@@ -188,7 +188,7 @@ TEST_F(DevHostCom, MissingSwitchRefusesCreationWithClassNotAvailable) {
 }
 
 TEST_F(DevHostCom, KeptClassObjectsStillGiveAFreshInstanceEveryTime) {
-  win::ClassObjects classes;
+  com::ClassObjects classes;
   ObjectPtr first = classes.create(u"LumoResLoader.Loader");
   first->put(u"LanguageID", ustring(u"en"));
   ObjectPtr second = classes.create(u"LUMORESLOADER.Loader");  // the registry's spelling does not matter
@@ -200,7 +200,7 @@ TEST_F(DevHostCom, KeptClassObjectsStillGiveAFreshInstanceEveryTime) {
 }
 
 TEST_F(DevHostCom, AKeptClassObjectOutlivesTheRegistrationUntilCleared) {
-  win::ClassObjects classes;
+  com::ClassObjects classes;
   classes.create(u"LumoLangInfo.LangInfo");
   ASSERT_EQ(dll().unregisterServer(), S_OK);
   ustring plain, cleared;
@@ -219,7 +219,7 @@ TEST_F(DevHostCom, AKeptClassObjectOutlivesTheRegistrationUntilCleared) {
 }
 
 TEST_F(DevHostCom, AKeptClassSwitchedMissingRefusesAndIsLookedUpAgain) {
-  win::ClassObjects classes;
+  com::ClassObjects classes;
   classes.create(u"VtMobileOpen.MobileOpen");
   db_->execute(u"INSERT INTO dh_Switch (FComponent, FMethod, FMode) VALUES ('VtMobileOpen.MobileOpen', '*', 'missing')");
   ustring description;
@@ -284,7 +284,7 @@ TEST_F(DevHostCom, SenderNameAndNumberAnswerLateBound) {
 
 // The parameter set as a script host builds it: the platform's scripting dictionary.
 ObjectPtr scriptingDictionary(const std::vector<std::pair<ustring, Variant>>& entries) {
-  ObjectPtr d = win::createByProgId(u"Scripting.Dictionary");
+  ObjectPtr d = com::createByProgId(u"Scripting.Dictionary");
   for (const auto& e : entries) d->call(u"Add", {e.first, e.second});
   return d;
 }
