@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "automation/error.h"
+#include "tests/support/numbers.h"
 #include "tests/support/win/pump.h"
 #include "tests/support/win/screenshot.h"
 #include "tests/support/win/text.h"
@@ -70,26 +71,21 @@ int countOf(int code) {
                                         [&](const Notification& n) { return n.id == kBoxId && n.code == code; }));
 }
 
-// ---- the lists --------------------------------------------------------------------------
-
-ustring number(int i) {
-  char buf[16];
-  std::snprintf(buf, sizeof buf, "138%08d", i);
-  return fromUtf8(buf);
-}
-
-ustring numberList(int count) {
-  ustring s;
-  s.reserve(static_cast<std::size_t>(count) * 12);
-  for (int i = 0; i < count; ++i) {
-    if (i) s += u',';
-    s += number(i);
-  }
-  return s;
-}
-
 class NumberBoxTest : public ::testing::Test {
  protected:
+  // Typed by messages sent and, as the user's keys come, posted through the queue:
+  // a box whose typing is filtered to digits, commas and backspace keeps the rest out.
+  void expectOnlyDigitsCommasAndBackspaceTyped() {
+    type(u"13a8,b 中9");
+    EXPECT_EQ("138,9", u8(text()));
+    SendMessageW(box_, WM_CHAR, 8, 1);
+    EXPECT_EQ("138,", u8(text()));
+    SetFocus(box_);
+    PostMessageW(box_, WM_CHAR, 'x', 1);
+    PostMessageW(box_, WM_CHAR, '5', 1);
+    pump();
+    EXPECT_EQ("138,5", u8(text()));
+  }
   void SetUp() override {
     g_notes.clear();
     SetCursorPos(0, 0);  // out of the way of the windows, so no real mouse moves reach them
@@ -272,7 +268,7 @@ HWND NumberBoxTest::button_ = nullptr;
 
 TEST_F(NumberBoxTest, TextSetIsTextReadBackExactly) {
   ustring s;
-  for (int i = 0; i < 20000; ++i) s += number(i) + (i % 7 == 3 ? u"张三\r\n" : u",");
+  for (int i = 0; i < 20000; ++i) s += test::mobileNumber(i) + (i % 7 == 3 ? u"张三\r\n" : u",");
   setText(s);
   EXPECT_EQ(static_cast<int>(s.size()), GetWindowTextLengthW(box_));
   EXPECT_TRUE(text() == s);
@@ -288,7 +284,7 @@ TEST_F(NumberBoxTest, TextSetIsTextReadBackExactly) {
 
 TEST_F(NumberBoxTest, TextHandedOverAndReadInPlaceActsLikeTheMessages) {
   ustring list;
-  for (int i = 0; i < 1000; ++i) list += number(i) + u",";
+  for (int i = 0; i < 1000; ++i) list += test::mobileNumber(i) + u",";
   setNumberBoxText(box_, list);
   EXPECT_EQ(1, countOf(EN_CHANGE));
   EXPECT_TRUE(text() == list);
@@ -364,16 +360,7 @@ LRESULT CALLBACK digitsOnly(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam, U
 
 TEST_F(NumberBoxTest, ASubclassThatDropsLettersKeepsThemOut) {
   ASSERT_TRUE(SetWindowSubclass(box_, digitsOnly, 1, 0));
-  type(u"13a8,b 中9");
-  EXPECT_EQ("138,9", u8(text()));
-  SendMessageW(box_, WM_CHAR, 8, 1);
-  EXPECT_EQ("138,", u8(text()));
-  // The keys go through the window's queue as the user's do.
-  SetFocus(box_);
-  PostMessageW(box_, WM_CHAR, 'x', 1);
-  PostMessageW(box_, WM_CHAR, '5', 1);
-  pump();
-  EXPECT_EQ("138,5", u8(text()));
+  expectOnlyDigitsCommasAndBackspaceTyped();
 }
 
 TEST_F(NumberBoxTest, BackspaceAndDeleteRemoveOneCharacter) {
@@ -448,7 +435,7 @@ TEST_F(NumberBoxTest, CtrlArrowsJumpBetweenNumbers) {
 }
 
 TEST_F(NumberBoxTest, ShiftHomeSelectsToLineStart) {
-  const ustring list = numberList(40);
+  const ustring list = test::mobileNumberList(40);
   setText(list);
   ASSERT_GT(lines(), 3);
   const std::size_t second = lineIndex(1), third = lineIndex(2);
@@ -468,7 +455,7 @@ TEST_F(NumberBoxTest, ShiftHomeSelectsToLineStart) {
 }
 
 TEST_F(NumberBoxTest, UpAndDownKeepTheColumnAndPagesMoveTheView) {
-  setText(numberList(400));
+  setText(test::mobileNumberList(400));
   const std::size_t first = lineIndex(0), second = lineIndex(1);
   select(5, 5);
   key(VK_DOWN);
@@ -497,7 +484,7 @@ TEST_F(NumberBoxTest, UpAndDownKeepTheColumnAndPagesMoveTheView) {
 // ---- wrapping -----------------------------------------------------------------------------
 
 TEST_F(NumberBoxTest, LinesBreakAfterCommasAtTheWidth) {
-  const ustring list = numberList(200);
+  const ustring list = test::mobileNumberList(200);
   setText(list);
   const int n = lines();
   const int wrap = wrapWidth();
@@ -557,7 +544,7 @@ TEST_F(NumberBoxTest, EditsInTheMiddleLayOutLikeANewText) {
   // After each edit the lines must be those a fresh layout of the same text gives.
   // The fresh layout comes from a second box of the same size, so that this one keeps
   // updating its own lines edit after edit.
-  setText(numberList(300));
+  setText(test::mobileNumberList(300));
   HWND fresh = createNumberBox(parent_, kBoxId + 1, WS_VSCROLL, WS_EX_CLIENTEDGE);
   SendMessageW(fresh, WM_SETFONT, reinterpret_cast<WPARAM>(font_.get()), FALSE);
   RECT rc;
@@ -739,7 +726,7 @@ TEST_F(NumberBoxTest, TheLimitCutsTypingAndPasteButNotANewText) {
 // ---- mouse --------------------------------------------------------------------------------
 
 TEST_F(NumberBoxTest, ClickAndDragSelect) {
-  setText(numberList(300));
+  setText(test::mobileNumberList(300));
   const POINT a = posOf(4), b = posOf(40);
   mouse(WM_LBUTTONDOWN, {a.x + 1, a.y + 2}, MK_LBUTTON);
   EXPECT_EQ(box_, GetFocus());
@@ -791,7 +778,7 @@ TEST_F(NumberBoxTest, DoubleClickSelectsOneNumber) {
 }
 
 TEST_F(NumberBoxTest, WheelAndScrollBarMoveByLines) {
-  setText(numberList(300));
+  setText(test::mobileNumberList(300));
   const int n = lines(), page = visibleLines();
   ASSERT_GT(n, 3 * page);
   SCROLLINFO si{};
@@ -834,7 +821,7 @@ TEST_F(NumberBoxTest, WheelAndScrollBarMoveByLines) {
 }
 
 TEST_F(NumberBoxTest, MillionCharactersLayOutOnceAndScrollToTheEnd) {
-  const ustring list = numberList(100000);
+  const ustring list = test::mobileNumberList(100000);
   ASSERT_EQ(1199999u, list.size());
   setText(list);
   UpdateWindow(box_);
@@ -971,7 +958,7 @@ TEST_F(NumberBoxTest, DisabledShowsNoCaret) {
 }
 
 TEST_F(NumberBoxTest, ALargerFontLaysTheListOutAgain) {
-  setText(numberList(200));
+  setText(test::mobileNumberList(200));
   const int before = lines();
   LOGFONTW lf{};
   GetObjectW(font_.get(), sizeof lf, &lf);
@@ -1077,7 +1064,7 @@ TEST_F(NumberBoxTest, TheBoxGoesWithItsWindowAndLeavesNoHandlesBehind) {
   EXPECT_EQ(dcs + 1, liveHandles(Handle::DC));  // the one it measures with
   SendMessageW(box, WM_SETFONT, reinterpret_cast<WPARAM>(font_.get()), FALSE);
   MoveWindow(box, 10, 215, 300, 60, TRUE);
-  SetWindowTextW(box, wz(numberList(100)));
+  SetWindowTextW(box, wz(test::mobileNumberList(100)));
   UpdateWindow(box);
   EXPECT_GT(SendMessageW(box, EM_GETLINECOUNT, 0, 0), 10);
   g_menu = MenuSeen{};
@@ -1133,15 +1120,7 @@ TEST_F(NumberBoxTest, CharactersTheOwnerFiltersNeverReachTheBox) {
   const long windows = liveHandles(Handle::Window);
   filterChars(box_, [](char16_t c) { return (c >= u'0' && c <= u'9') || c == u',' || c == 8; });
   EXPECT_EQ(windows, liveHandles(Handle::Window));  // the box's own object holds the filter
-  type(u"13a8,b 中9");
-  EXPECT_EQ("138,9", u8(text()));
-  SendMessageW(box_, WM_CHAR, 8, 1);
-  EXPECT_EQ("138,", u8(text()));
-  SetFocus(box_);
-  PostMessageW(box_, WM_CHAR, 'x', 1);
-  PostMessageW(box_, WM_CHAR, '5', 1);
-  pump();
-  EXPECT_EQ("138,5", u8(text()));
+  expectOnlyDigitsCommasAndBackspaceTyped();
   // Pasted text is not typed: it goes in whole.
   setClipboard(u"a1");
   SendMessageW(box_, WM_PASTE, 0, 0);
@@ -1175,7 +1154,7 @@ TEST_F(NumberBoxTest, ReadOnlySetThroughTheStyleIsHonoured) {
 // A picture of the box for a person to look at: a wrapped list, a selection and
 // Chinese text pasted in.
 TEST_F(NumberBoxTest, ShowsAWrappedListWithASelectionAndChineseText) {
-  setText(numberList(60));
+  setText(test::mobileNumberList(60));
   select(24, 24);
   setClipboard(u"张三,李四,");
   SendMessageW(box_, WM_PASTE, 0, 0);
@@ -1195,7 +1174,7 @@ TEST_F(NumberBoxTest, DISABLED_Timing) {
   auto ms = [](double t0, double t1) { return t1 - t0; };
   SetFocus(box_);
   for (int count : {10000, 100000}) {
-    const ustring list = numberList(count);
+    const ustring list = test::mobileNumberList(count);
     setText(u"");
     UpdateWindow(box_);
     double t0 = nowMs();
@@ -1244,7 +1223,7 @@ TEST_F(NumberBoxTest, DISABLED_Timing) {
   SendMessageW(bare, WM_SETFONT, reinterpret_cast<WPARAM>(font_.get()), FALSE);
   MoveWindow(bare, 0, 0, 300, 200, FALSE);
   for (int count : {10000, 100000, 500000}) {
-    const ustring list = numberList(count);
+    const ustring list = test::mobileNumberList(count);
     double best = 1e9;
     for (int round = 0; round < 5; ++round) {
       SetWindowTextW(bare, L"");

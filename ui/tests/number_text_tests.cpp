@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ui/number_text.h"
+#include "tests/support/numbers.h"
 
 using namespace lumo;
 using namespace lumo::ui;
@@ -50,23 +51,6 @@ std::vector<ustring> shownLines(NumberText& t) {
   for (std::size_t l = 0, n = t.lineCount(); l < n; ++l)
     out.push_back(t.text().substr(t.lineStart(l), t.lineLength(l)));
   return out;
-}
-
-ustring number(int i) {
-  char buf[16];
-  std::snprintf(buf, sizeof buf, "138%08d", i);
-  return fromUtf8(buf);
-}
-
-// "13800000000,13800000001,...": 11 digits and a comma, 115 units, a number.
-ustring numberList(int count) {
-  ustring s;
-  s.reserve(static_cast<std::size_t>(count) * 12);
-  for (int i = 0; i < count; ++i) {
-    if (i) s += u',';
-    s += number(i);
-  }
-  return s;
 }
 
 std::pair<std::size_t, std::size_t> sel(const NumberText& t) { return {t.selStart(), t.selEnd()}; }
@@ -152,7 +136,7 @@ TEST(NumberText, ALoneSurrogateTakesTheReplacementCharactersWidth) {
 }
 
 TEST(NumberText, WidthsAreAskedOncePerCharacterUntilTheMeasurerChanges) {
-  Box b(numberList(50), 300);
+  Box b(test::mobileNumberList(50), 300);
   EXPECT_GT(b.text.lineCount(), 10u);
   for (const auto& [c, times] : b.measurer.asked) EXPECT_EQ(1, times) << static_cast<int>(c);
   EXPECT_EQ(11u, b.measurer.asked.size());  // ten digits and the comma
@@ -166,7 +150,7 @@ TEST(NumberText, WidthsAreAskedOncePerCharacterUntilTheMeasurerChanges) {
 }
 
 TEST(NumberText, ANewWidthLaysTheLinesOutAgain) {
-  Box b(numberList(20), 300);
+  Box b(test::mobileNumberList(20), 300);
   EXPECT_EQ(10u, b.text.lineCount());  // two numbers a line
   EXPECT_FALSE(b.text.setWrapWidth(300));
   EXPECT_TRUE(b.text.laidOut());
@@ -180,7 +164,7 @@ TEST(NumberText, TheLayoutWaitsForTheFirstQuestionAndTellsTheListener) {
   int told = 0;
   b.text.setLayoutListener([&] { ++told; });
   // A text, a width and a measurer arriving together: one pass.
-  b.text.setText(numberList(100));
+  b.text.setText(test::mobileNumberList(100));
   b.text.setWrapWidth(300);
   b.text.measurerChanged();
   const std::size_t work = b.text.linesBroken();
@@ -304,7 +288,7 @@ TEST(NumberText, APartnerPutInAfterABreakChangesTheLineBefore) {
 // The work of an edit in a list of a million characters: a few lines where it does
 // not move the following breaks, one pass at most where it does.
 TEST(NumberText, AnEditLaysOutOnlyTheLinesItReaches) {
-  Box b(numberList(100000), 300, 20);
+  Box b(test::mobileNumberList(100000), 300, 20);
   ASSERT_EQ(1199999u, b.text.size());
   const std::size_t before = b.text.linesBroken();
   const std::size_t lines = b.text.lineCount();
@@ -561,7 +545,7 @@ TEST(NumberText, UpAndDownKeepTheColumnOfTheFirstMove) {
 }
 
 TEST(NumberText, PagesMoveTheViewAndTheCaretTogether) {
-  Box b(numberList(100), 300, 10);  // 50 lines of 24 units
+  Box b(test::mobileNumberList(100), 300, 10);  // 50 lines of 24 units
   ASSERT_EQ(50u, b.text.lineCount());
   b.text.moveCaret(5, false);
   b.text.movePages(1, false);
@@ -579,7 +563,7 @@ TEST(NumberText, PagesMoveTheViewAndTheCaretTogether) {
 }
 
 TEST(NumberText, TheViewFollowsTheCaretAndStaysInsideTheLines) {
-  Box b(numberList(100), 300, 10);
+  Box b(test::mobileNumberList(100), 300, 10);
   EXPECT_EQ(40u, b.text.maxTop());
   EXPECT_TRUE(b.text.scrollTo(100));
   EXPECT_EQ(40u, b.text.top());
@@ -609,14 +593,14 @@ TEST(NumberText, TheViewFollowsTheCaretAndStaysInsideTheLines) {
 }
 
 TEST(NumberText, TheFirstCharacterShownStaysInViewWhenTheLinesChange) {
-  Box b(numberList(100), 300, 10);
+  Box b(test::mobileNumberList(100), 300, 10);
   b.text.scrollTo(20);
   const std::size_t first = b.text.lineStart(20);
   b.text.setWrapWidth(600);
   EXPECT_EQ(b.text.lineOf(first), b.text.top());
   EXPECT_LT(b.text.top(), 20u);
   // A new text starts at the top.
-  b.text.setText(numberList(200));
+  b.text.setText(test::mobileNumberList(200));
   EXPECT_EQ(0u, b.text.top());
   EXPECT_EQ(0u, b.text.caret());
 }
