@@ -4,7 +4,7 @@
 #include <fstream>
 #include <sstream>
 
-namespace comtest {
+namespace lumo::com {
 
 std::wstring dllPath() { return lumo::test::wide(lumo::test::windowsPath(LUMO_COM_DLL)); }
 
@@ -262,4 +262,4 @@ IDispatch* ComObjectTest::create(const wchar_t* progId) {
   return d;
 }
 
-}  // namespace comtest
+}  // namespace lumo::com

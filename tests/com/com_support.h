@@ -21,7 +21,7 @@
 #include "tests/support/win/text.h"
 #include "tests/support/win/unknown.h"
 
-namespace comtest {
+namespace lumo::com {
 
 using lumo::test::Late;
 using lumo::test::Outcome;
@@ -106,4 +106,4 @@ class ComObjectTest : public testing::Test {
   std::vector<IDispatch*> kept_;
 };
 
-}  // namespace comtest
+}  // namespace lumo::com

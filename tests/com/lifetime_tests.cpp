@@ -1,7 +1,7 @@
 // Class objects, interfaces every public object answers to, and when the DLL may unload.
 #include "com_support.h"
 
-namespace comtest {
+namespace lumo::com {
 namespace {
 
 class Lifetime : public ComObjectTest {};
@@ -114,4 +114,4 @@ TEST_F(Lifetime, ClassObjectsRefuseAggregationAndUnknownClasses) {
 }
 
 }  // namespace
-}  // namespace comtest
+}  // namespace lumo::com

@@ -1,7 +1,7 @@
 // clsParse created by ProgID and used late-bound, as a VB or script host uses it.
 #include "com_support.h"
 
-namespace comtest {
+namespace lumo::com {
 namespace {
 
 constexpr SCODE kInvalidCall = static_cast<SCODE>(0x800A0005);
@@ -356,4 +356,4 @@ TEST_F(ParseLateBound, EarlyBoundCallsReportThroughErrorInfo) {
 }
 
 }  // namespace
-}  // namespace comtest
+}  // namespace lumo::com

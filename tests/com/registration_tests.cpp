@@ -2,7 +2,7 @@
 // written, and that unregistering leaves each hive exactly as it was.
 #include "com_support.h"
 
-namespace comtest {
+namespace lumo::com {
 namespace {
 
 const std::wstring kClasses = L"Software\\Classes";
@@ -148,4 +148,4 @@ TEST_F(Registration, UnregisteringLeavesOtherVersionsOfTheLibraryAlone) {
 }
 
 }  // namespace
-}  // namespace comtest
+}  // namespace lumo::com

@@ -4,7 +4,7 @@
 #include "com_support.h"
 #include "tests/support/win/unknown.h"
 
-namespace comtest {
+namespace lumo::com {
 namespace {
 
 // A stand-in for the host's property manager, served from this test process.
@@ -133,4 +133,4 @@ TEST_F(SessionFromHost, WithoutThePropertyManagerTheAnswerIsEmpty) {
 }
 
 }  // namespace
-}  // namespace comtest
+}  // namespace lumo::com

@@ -5,7 +5,7 @@
 
 #include "com_support.h"
 
-namespace comtest {
+namespace lumo::com {
 namespace {
 
 struct TypeLibDeleter {
@@ -407,4 +407,4 @@ TEST_F(TypeLibrary, DisplayAndFileEnumerations) {
 }
 
 }  // namespace
-}  // namespace comtest
+}  // namespace lumo::com

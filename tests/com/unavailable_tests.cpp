@@ -2,7 +2,7 @@
 // with its own clear error and nothing else happens.
 #include "com_support.h"
 
-namespace comtest {
+namespace lumo::com {
 namespace {
 
 constexpr SCODE kNotImplemented = static_cast<SCODE>(0x800A7FFD);  // errnum::NotImplemented (32765)
@@ -63,4 +63,4 @@ TEST_F(Unavailable, EarlyBoundCommandFailsWithItsError) {
 }
 
 }  // namespace
-}  // namespace comtest
+}  // namespace lumo::com

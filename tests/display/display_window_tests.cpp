@@ -21,7 +21,7 @@
 #include "tests/support/win/windows.h"
 #include "win32/controls.h"
 
-namespace comtest {
+namespace lumo::com {
 namespace {
 
 using lumo::display::DisplayMenu;
@@ -683,4 +683,4 @@ TEST_F(DisplayWindow, BuilderMembersReachTheWindow) {
 }
 
 }  // namespace
-}  // namespace comtest
+}  // namespace lumo::com

@@ -5,7 +5,7 @@
 #include "held_file.h"
 #include "tests/support/win/files.h"
 
-namespace comtest {
+namespace lumo::com {
 namespace {
 
 using lumo::test::readFile;
@@ -114,4 +114,4 @@ TEST_F(SaveFileCom, AReadOnlyTargetIsRefusedWithPermissionDenied) {
 }
 
 }  // namespace
-}  // namespace comtest
+}  // namespace lumo::com

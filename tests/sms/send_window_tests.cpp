@@ -28,7 +28,7 @@
 #include "tests/support/win/windows.h"
 #include "win32/controls.h"
 
-namespace lumo::sendtest {
+namespace lumo::win32 {
 namespace {
 
 using namespace lumo::win32::send_sms;
@@ -652,4 +652,4 @@ TEST_F(SendWindow, CaptionsFollowTheSessionLanguageOnBothTabs) {
 }
 
 }  // namespace
-}  // namespace lumo::sendtest
+}  // namespace lumo::win32
