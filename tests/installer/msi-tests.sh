@@ -14,8 +14,8 @@
 #     view of the registry point there, and uninstalling leaves nothing.
 #
 # "As it was": HKLM\Software\Classes, HKCU\Software\Classes and the product's own
-# keys (Software\Lumo) are exported with regedit before and after and compared byte
-# for byte.
+# keys (Software\Lumo) are exported with regedit before and after and compared key by
+# key and value by value (compare-exports.py).
 set -u
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 root="$(cd "$here/../.." && pwd)"
@@ -45,22 +45,10 @@ snapshot() {
     [ -f "$file" ] || : >"$file"  # a key that does not exist exports as nothing
   done
 }
-# An export as text, without the installer's own empty containers (Installer\Products,
-# \Features, \UpgradeCodes stay behind empty once any package has been installed, on
-# Windows too); a product's entry in them holds values and is kept.
-readable() {
-  iconv -f UTF-16LE -t UTF-8 "$1" 2>/dev/null | tr -d '\r' |
-    awk 'BEGIN { RS = ""; ORS = "\n\n" }
-         /^\[HKEY_[A-Z_]*\\Software\\Classes\\Installer(\\[A-Za-z]+)?\]$/ { next }
-         { print }'
-}
 same_snapshot() {  # before after what
   local f
   for f in "$1"/*.reg; do
-    if ! cmp -s <(readable "$f") <(readable "$2/$(basename "$f")"); then
-      fail "$3: $(basename "$f" .reg) differs:"
-      diff <(readable "$f") <(readable "$2/$(basename "$f")") | head -12
-    fi
+    python3 "$here/compare-exports.py" "$f" "$2/$(basename "$f")" || fail "$3: $(basename "$f" .reg) differs (above)"
   done
 }
 msi() {  # what, msiexec arguments...
@@ -121,7 +109,8 @@ twin() {
   installed_use "per machine" 'C:\Program Files\LumoSmsManager' "$typelib_check" "$probe"
   snapshot "$work/machine"
   for f in HKEY_CURRENT_USER_Software_Classes HKEY_CURRENT_USER_Software_Lumo; do
-    cmp -s "$work/before/$f.reg" "$work/machine/$f.reg" || fail "per machine: $f changed: a machine-wide install wrote under HKCU"
+    python3 "$here/compare-exports.py" "$work/before/$f.reg" "$work/machine/$f.reg" ||
+      fail "per machine: $f changed (above): a machine-wide install wrote under HKCU"
   done
   msi "per machine: uninstall" /x "$package"
   snapshot "$work/after-machine"
@@ -137,7 +126,8 @@ twin() {
   cmp -s "$help_en" "$(unix_path "$folder/MobileService.chm")" || fail "per user: MobileService.chm is not the English help"
   snapshot "$work/user"
   for f in HKEY_LOCAL_MACHINE_Software_Classes HKEY_LOCAL_MACHINE_Software_Lumo HKEY_LOCAL_MACHINE_Software_Wow6432Node_Lumo; do
-    cmp -s <(readable "$work/before/$f.reg") <(readable "$work/user/$f.reg") || { fail "per user: $f changed: a per-user install wrote under HKLM"; diff <(readable "$work/before/$f.reg") <(readable "$work/user/$f.reg") | head -20; }
+    python3 "$here/compare-exports.py" "$work/before/$f.reg" "$work/user/$f.reg" ||
+      fail "per user: $f changed (above): a per-user install wrote under HKLM"
   done
   installed_entries "per user" 'HKEY_CURRENT_USER\Software\Classes' win64 "C:\\${folder//\//\\}"
   # Wine's COM reads classes from HKLM only (a per-user regsvr32 registration cannot
@@ -178,7 +168,7 @@ product() {
   dll='C:\Program Files (x86)\LumoSmsManager\LumoSmsManager.dll'
   [ -f "$(unix_path "$folder/LumoSmsManager.dll")" ] || fail "32-bit: no $folder/LumoSmsManager.dll"
   cmp -s "$help_chs" "$(unix_path "$folder/MobileService.chm")" || fail "32-bit: MobileService.chm is not the Chinese help"
-  objdump -f "$(unix_path "$folder/LumoSmsManager.dll")" 2>/dev/null | grep -q 'file format pei-i386' ||
+  LC_ALL=C i686-w64-mingw32-objdump -f "$(unix_path "$folder/LumoSmsManager.dll")" 2>/dev/null | grep -q 'file format pei-i386' ||
     fail "32-bit: the installed DLL is not an i686 one"
   [ "$(query "HKLM\\Software\\Classes\\CLSID\\$clsid_parse\\InprocServer32" "" /reg:32)" = "$dll" ] ||
     fail "32-bit: InprocServer32 of clsParse in the 32-bit view is not $dll"
