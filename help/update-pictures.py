@@ -18,7 +18,9 @@ import filecmp
 import os
 import re
 import shutil
+import subprocess
 import sys
+import tempfile
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 LANGUAGES = ("chs", "en")
@@ -41,6 +43,19 @@ def shot_for(row, language, shots, display):
     found = sorted(f for f in os.listdir(shots)
                    if f.endswith(".png") and (f == prefix + ".png" or re.match(re.escape(prefix) + r"[-_]", f)))
     return os.path.join(shots, found[0]) if found else None
+
+
+def compacted(shot):
+    """A copy of the shot as a compressed PNG without metadata (some shots are
+    written uncompressed, a megabyte each); the same shot gives the same bytes."""
+    fd, out = tempfile.mkstemp(suffix=".png")
+    os.close(fd)
+    try:
+        subprocess.run(["convert", shot, "-strip", "-define", "png:compression-level=9", out], check=True,
+                       capture_output=True)
+    except (OSError, subprocess.CalledProcessError):
+        shutil.copyfile(shot, out)
+    return out
 
 
 def expect(shots):
@@ -78,13 +93,18 @@ def main(argv):
                 missing += 1
                 state = "no shot" + (" (the window is not built yet)" if row["state"] == "pending" else "")
                 print(f"help picture {language}/{row['picture']}: {state}")
-            elif os.path.isfile(target) and filecmp.cmp(shot, target, shallow=False):
-                kept += 1
-            else:
+                continue
+            compact = compacted(shot)
+            try:
+                if os.path.isfile(target) and filecmp.cmp(compact, target, shallow=False):
+                    kept += 1
+                    continue
                 os.makedirs(os.path.dirname(target), exist_ok=True)
-                shutil.copyfile(shot, target)
+                shutil.copyfile(compact, target)
                 updated += 1
                 print(f"help picture {language}/{row['picture']}: updated from {os.path.basename(shot)}")
+            finally:
+                os.remove(compact)
     print(f"help pictures: {updated} updated, {kept} unchanged, {missing} without a shot")
     return 0
 
