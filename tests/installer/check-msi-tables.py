@@ -1,13 +1,15 @@
 #!/usr/bin/env python3
 """Reads an installer's tables back (msiinfo export) and checks them.
 
-  check-msi-tables.py MSI PLATFORM OBJDUMP [TWIN_MSI]
+  check-msi-tables.py MSI PLATFORM OBJDUMP VERSION [TWIN_MSI]
 
   - the Registry table holds exactly the rows of the COM server's registry table for
     PLATFORM (win32 or win64), rooted per install (-1), pointing at the package's own
     LumoSmsManager.dll ([#LumoSmsManager.dll]) and folder ([INSTALLDIR]);
   - the DLL inside the package is built for PLATFORM (extracted with msiextract);
   - ALLUSERS is 2 and each help build has its HELPLANG condition;
+  - the product's version is VERSION (the project's, which the DLL's version
+    resource carries too);
   - with TWIN_MSI (the package of the other platform): both hold the same keys,
     names and values, but for the type library's platform key.
 """
@@ -49,10 +51,10 @@ def expected(platform):
 
 
 def main(argv):
-    if len(argv) not in (4, 5):
+    if len(argv) not in (5, 6):
         print(__doc__, file=sys.stderr)
         return 2
-    msi, platform, objdump = argv[1:4]
+    msi, platform, objdump, version = argv[1:5]
     problems = []
     got, want = com_rows(msi), expected(platform)
     for r in sorted(want - got):
@@ -64,6 +66,8 @@ def main(argv):
         problems.append(f"Registry roots {sorted(roots)}, not only -1")
 
     props = {r[0]: r[1] for r in table(msi, "Property")}
+    if props.get("ProductVersion") != version:
+        problems.append(f"ProductVersion is {props.get('ProductVersion')!r}, not {version}")
     if props.get("ALLUSERS") != "2":
         problems.append(f"ALLUSERS is {props.get('ALLUSERS')!r}, not 2")
     conditions = {r[0]: r[4] for r in table(msi, "Component")}
@@ -84,8 +88,8 @@ def main(argv):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
-    if len(argv) == 5:
-        twin = argv[4]
+    if len(argv) == 6:
+        twin = argv[5]
         if not os.path.isfile(twin):
             problems.append(f"the twin package {twin} does not exist (build the x86_64 tree first)")
         else:
@@ -98,7 +102,7 @@ def main(argv):
         print("FAIL:", p)
     if not problems:
         print(f"{msi}: {len(got)} Registry rows as the registry table has them for {platform}, "
-              f"the DLL is {MACHINES[platform]}" + (", the twin holds the same keys" if len(argv) == 5 else ""))
+              f"the DLL is {MACHINES[platform]}" + (", the twin holds the same keys" if len(argv) == 6 else ""))
     return 1 if problems else 0
 
 

@@ -133,6 +133,8 @@ twin() {
   # Wine's COM reads classes from HKLM only (a per-user regsvr32 registration cannot
   # be created from a script under Wine either): the objects are created from the
   # machine-wide installs; here the entries are checked value by value.
+  # Windows remembers that the product was installed per user; Wine's msiexec does
+  # not, and is told again.
   msi "per user: uninstall" /x "$package" ALLUSERS=
   snapshot "$work/after-user"
   same_snapshot "$work/before" "$work/after-user" "per user: after uninstalling"
