@@ -11,6 +11,7 @@ cannot write:
   - Root -1 for every row (HKLM for a machine-wide install, HKCU for a per-user
     one: wixl writes a wrong number for HKMU);
   - ALLUSERS=2 (per machine unless the command line says otherwise);
+  - a rebuilt package of the same version upgrading the installed one;
   - the conditions that pick the help build named by HELPLANG.
 """
 
@@ -41,6 +42,11 @@ def run_in(folder, *command):
         sys.stderr.write(result.stdout + result.stderr)
         sys.exit(f"make-msi.py: {command[0]} failed with {result.returncode}")
     return result.stdout
+
+
+def table_rows(msi, name):
+    out = run("msiinfo", "export", msi, name).replace("\r\n", "\n").split("\n")
+    return [r.split("\t") for r in out[3:] if r]
 
 
 def sql_text(text):
@@ -103,7 +109,18 @@ def main():
             f.write("\r\n".join(header + fixed + [r for r in generated[3:] if r]) + "\r\n")
         run("msibuild", msi, "-i", merged)
 
-        queries = ["UPDATE Property SET Value = '2' WHERE Property = 'ALLUSERS'"]
+        # A rebuilt package of the same version replaces the installed one too (every
+        # build has a product code of its own): the upgrade range takes its upper bound
+        # in, 1 (migrate features) + 512 (maximum inclusive). Attributes is part of the
+        # row's key, so the row is written anew.
+        upgrade = [r for r in table_rows(msi, "Upgrade") if r[-1] == "WIX_UPGRADE_DETECTED"]
+        if len(upgrade) != 1 or upgrade[0][1] or upgrade[0][2] != a.version:
+            sys.exit(f"make-msi.py: unexpected upgrade rows from wixl: {upgrade}")
+        code = upgrade[0][0]
+        queries = ["UPDATE Property SET Value = '2' WHERE Property = 'ALLUSERS'",
+                   "DELETE FROM Upgrade WHERE ActionProperty = 'WIX_UPGRADE_DETECTED'",
+                   "INSERT INTO Upgrade (UpgradeCode, VersionMax, Attributes, ActionProperty) "
+                   f"VALUES ({sql_text(code)}, {sql_text(a.version)}, 513, 'WIX_UPGRADE_DETECTED')"]
         for component, condition in HELP_CONDITIONS.items():
             queries.append(f"UPDATE Component SET Condition = {sql_text(condition)} WHERE Component = '{component}'")
         for q in queries:

@@ -6,8 +6,8 @@
 #     The x86_64 twin: per machine (files, objects by ProgID from a script, the type
 #     library through its registered path, uninstall leaves the registry as it was and
 #     no file), per user (the same with nothing under HKLM), and a major upgrade from
-#     the same package built with a lower version (one registration left; its
-#     uninstall leaves nothing either). ARGS_FILE holds make-msi.py's command, one
+#     the same package built with a lower version and then a rebuild of the same
+#     version (one registration left each time; its uninstall leaves nothing either). ARGS_FILE holds make-msi.py's command, one
 #     argument a line, to build that lower version.
 #   msi-tests.sh product MSI HELP_CHS
 #     The 32-bit product: installs under "Program Files (x86)", its keys in the 32-bit
@@ -140,18 +140,32 @@ twin() {
   same_snapshot "$work/before" "$work/after-user" "per user: after uninstalling"
   [ -z "$folder" ] || [ ! -e "$(unix_path "$folder")" ] || fail "per user: $folder remains"
 
-  echo "== major upgrade from 0.9.0"
+  echo "== major upgrade from 0.9.0, then a rebuild of the same version"
   local old="$work/LumoSmsManager-0.9.0.msi" command=()
   mapfile -t command <"$args_file"
   "${command[@]}" --version 0.9.0 --output "$old" || fail "upgrade: building the 0.9.0 package failed"
   msi "upgrade: install 0.9.0" /i "$(lumo_dos_path "$old")"
   msi "upgrade: install the current version over it" /i "$package"
-  local products uninstall="$work/uninstall.reg"
-  wine regedit /E "$(lumo_dos_path "$uninstall")" 'HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\Uninstall' >/dev/null 2>&1
-  products="$(iconv -f UTF-16LE -t UTF-8 "$uninstall" 2>/dev/null | tr -d '\r' |
-              awk 'BEGIN { RS = "" } /"DisplayName"="LumoSmsManager"/ { match($0, /"DisplayVersion"="[^"]*"/); print substr($0, RSTART, RLENGTH) }')"
-  [ "$products" = '"DisplayVersion"="1.0.0"' ] ||
-    fail "upgrade: the installed products named LumoSmsManager are [$products], not one of version 1.0.0"
+  installed_products() {
+    local uninstall="$work/uninstall.reg"
+    rm -f "$uninstall"
+    wine regedit /E "$(lumo_dos_path "$uninstall")" 'HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\Uninstall' >/dev/null 2>&1
+    iconv -f UTF-16LE -t UTF-8 "$uninstall" 2>/dev/null | tr -d '\r' |
+      awk 'BEGIN { RS = "" } /"DisplayName"="LumoSmsManager"/ { match($0, /"DisplayVersion"="[^"]*"/); print substr($0, RSTART, RLENGTH) }'
+  }
+  local products version
+  version="$(msiinfo export "$msi_file" Property | tr -d '\r' | awk -F '\t' '$1 == "ProductVersion" {print $2}')"
+  products="$(installed_products)"
+  [ "$products" = "\"DisplayVersion\"=\"$version\"" ] ||
+    fail "upgrade: the installed products named LumoSmsManager are [$products], not one of version $version"
+  # A package of the same version built again (a product code of its own) replaces it too.
+  local rebuilt="$work/LumoSmsManager-rebuilt.msi"
+  "${command[@]}" --version "$version" --output "$rebuilt" || fail "upgrade: rebuilding the package failed"
+  msi "upgrade: install the same version rebuilt" /i "$(lumo_dos_path "$rebuilt")"
+  products="$(installed_products)"
+  [ "$products" = "\"DisplayVersion\"=\"$version\"" ] ||
+    fail "upgrade: after the rebuilt package the products named LumoSmsManager are [$products], not one"
+  package="$(lumo_dos_path "$rebuilt")"
   installed_entries "upgrade" 'HKEY_LOCAL_MACHINE\Software\Classes' win64 'C:\Program Files\LumoSmsManager'
   installed_use "upgrade" 'C:\Program Files\LumoSmsManager' "$typelib_check" "$probe"
   msi "upgrade: uninstall" /x "$package"
