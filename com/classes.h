@@ -1,5 +1,5 @@
 // The public creatable classes of the server, in one table used by the class
-// factories and by registration.
+// factories. What registration writes for them comes from com/registry.tsv.
 #pragma once
 
 #include <windows.h>
@@ -12,10 +12,6 @@ namespace lumo::com {
 
 struct PublicClass {
   const CLSID* clsid;
-  const IID* iid;                   // its default (dual) interface
-  const char16_t* name;             // class name; ProgID "LumoSmsManager.<name>"
-  const char16_t* interfaceName;    // "_<name>"
-  const char16_t* description;
   HRESULT (*create)(REFIID riid, void** ppv);
 };
 

@@ -2,41 +2,36 @@
 // the current user only (HKCU\Software\Classes: DllInstall with "user", for installs
 // without administrator rights). The type library is registered by writing its keys
 // in the same hive, so that both hives get the same entries and unregistration can
-// remove exactly what registration wrote.
+// remove exactly what registration wrote. What is written comes from the registry
+// table (com/registry.tsv, expanded into registry_rows.h), from which the installer's
+// Registry table is made too.
 #include <windows.h>
 #include <objbase.h>
 
 #include <new>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "automation/win/com_ptr.h"
-#include "com/classes.h"
 #include "com/exports.h"
 #include "com/module.h"
 #include "com/typelib.h"
+#include "registry_rows.h"
 
 namespace lumo::com {
 namespace {
 
 using lumo::wz;
 
-constexpr char16_t kLibraryName[] = u"LumoSmsManager";
-constexpr char16_t kVersion[] = u"1.0";
-constexpr char16_t kProgIdVersion[] = u"1";
-// The automation marshaler (PSOAInterface): dual interfaces are marshaled from the type library.
-constexpr char16_t kAutomationProxy[] = u"{00020424-0000-0000-C000-000000000046}";
 #ifdef _WIN64
-constexpr char16_t kTypeLibPlatform[] = u"win64";
+constexpr char kPlatform[] = "win64";
 #else
-constexpr char16_t kTypeLibPlatform[] = u"win32";
+constexpr char kPlatform[] = "win32";
 #endif
-
-ustring guidText(REFGUID guid) {
-  wchar_t buffer[40] = {};
-  StringFromGUID2(guid, buffer, 40);
-  return lumo::fromWide(buffer);
-}
+static_assert(std::string_view(kPlatform) == LUMO_REGISTRY_PLATFORM,
+              "registry_rows.h was generated for the other platform");
 
 // One value to write: key (below Software\Classes), value name ("" = default), text.
 struct Entry {
@@ -52,52 +47,35 @@ struct Layout {
   std::vector<ustring> emptyKeys;  // keys written without values (markers)
 };
 
+// A row's text with {dll} and {dir} replaced by this DLL's path and folder.
+ustring withModule(const char16_t* text, const ustring& path, const ustring& directory) {
+  ustring out(text);
+  for (auto [token, replacement] : {std::pair<std::u16string_view, const ustring*>{u"{dll}", &path},
+                                    std::pair<std::u16string_view, const ustring*>{u"{dir}", &directory}}) {
+    for (std::size_t at = out.find(token); at != ustring::npos; at = out.find(token, at + replacement->size()))
+      out.replace(at, token.size(), *replacement);
+  }
+  return out;
+}
+
+// The rows of the registry table (com/registry.tsv), for this module's location.
 Layout layout() {
   Layout l;
   const ustring path = modulePath();
   const ustring directory = moduleDirectory();
-  const ustring libid = guidText(LIBID_LumoSmsManager);
-  for (std::size_t i = 0; i < publicClassCount(); ++i) {
-    const PublicClass& c = publicClasses()[i];
-    const ustring clsid = guidText(*c.clsid);
-    const ustring progId = ustring(kLibraryName) + u"." + c.name;
-    const ustring versionedProgId = progId + u"." + kProgIdVersion;
-    const ustring clsidKey = u"CLSID\\" + clsid;
-
-    l.ownedKeys.push_back(clsidKey);
-    l.entries.push_back({clsidKey, u"", progId});
-    l.entries.push_back({clsidKey + u"\\InprocServer32", u"", path});
-    l.entries.push_back({clsidKey + u"\\InprocServer32", u"ThreadingModel", u"Apartment"});
-    l.entries.push_back({clsidKey + u"\\ProgID", u"", versionedProgId});
-    l.entries.push_back({clsidKey + u"\\VersionIndependentProgID", u"", progId});
-    l.entries.push_back({clsidKey + u"\\TypeLib", u"", libid});
-    l.entries.push_back({clsidKey + u"\\Version", u"", kVersion});
-    l.emptyKeys.push_back(clsidKey + u"\\Programmable");
-
-    l.ownedKeys.push_back(progId);
-    l.entries.push_back({progId, u"", c.description});
-    l.entries.push_back({progId + u"\\CLSID", u"", clsid});
-    l.entries.push_back({progId + u"\\CurVer", u"", versionedProgId});
-
-    l.ownedKeys.push_back(versionedProgId);
-    l.entries.push_back({versionedProgId, u"", c.description});
-    l.entries.push_back({versionedProgId + u"\\CLSID", u"", clsid});
-
-    const ustring interfaceKey = u"Interface\\" + guidText(*c.iid);
-    l.ownedKeys.push_back(interfaceKey);
-    l.entries.push_back({interfaceKey, u"", c.interfaceName});
-    l.entries.push_back({interfaceKey + u"\\ProxyStubClsid", u"", kAutomationProxy});
-    l.entries.push_back({interfaceKey + u"\\ProxyStubClsid32", u"", kAutomationProxy});
-    l.entries.push_back({interfaceKey + u"\\TypeLib", u"", libid});
-    l.entries.push_back({interfaceKey + u"\\TypeLib", u"Version", kVersion});
+  for (const registry::Row& row : registry::kRows) {
+    switch (row.kind) {
+      case registry::Kind::Owned:
+        l.ownedKeys.emplace_back(row.key);
+        break;
+      case registry::Kind::Empty:
+        l.emptyKeys.emplace_back(row.key);
+        break;
+      case registry::Kind::Value:
+        l.entries.push_back({row.key, row.name, withModule(row.value, path, directory)});
+        break;
+    }
   }
-  // Only our version of the library is ours; other versions may share the LIBID key.
-  const ustring typeLibKey = u"TypeLib\\" + libid + u"\\" + kVersion;
-  l.ownedKeys.push_back(typeLibKey);
-  l.entries.push_back({typeLibKey, u"", u"LumoSmsManager SMS add-in"});
-  l.entries.push_back({typeLibKey + u"\\0\\" + kTypeLibPlatform, u"", path});
-  l.entries.push_back({typeLibKey + u"\\FLAGS", u"", u"0"});
-  l.entries.push_back({typeLibKey + u"\\HELPDIR", u"", directory});
   return l;
 }
 
@@ -154,7 +132,7 @@ HRESULT unregisterIn(HKEY classes) {
     LONG status = RegDeleteTreeW(classes, wz(key));
     if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND && SUCCEEDED(result)) result = fromStatus(status);
   }
-  deleteIfEmpty(classes, u"TypeLib\\" + guidText(LIBID_LumoSmsManager));
+  deleteIfEmpty(classes, ustring(u"TypeLib\\") + registry::kLibId);
   for (const char16_t* container : {u"CLSID", u"Interface", u"TypeLib"}) deleteIfEmpty(classes, container);
   return result;
 }

@@ -10,12 +10,10 @@ namespace lumo::com {
 namespace {
 
 const PublicClass kClasses[] = {
-    {&CLSID_clsSmsManager, &IID__clsSmsManager, u"clsSmsManager", u"_clsSmsManager", u"SMS add-in commands",
-     &createSmsManager},
-    {&CLSID_clsParse, &IID__clsParse, u"clsParse", u"_clsParse", u"Session property string parser", &createParse},
-    {&CLSID_clsDispBuilder, &IID__clsDispBuilder, u"clsDispBuilder", u"_clsDispBuilder", u"List display builder",
-     &createDispBuilder},
-    {&CLSID_clsSaveFile, &IID__clsSaveFile, u"clsSaveFile", u"_clsSaveFile", u"Text file helper", &createSaveFile},
+    {&CLSID_clsSmsManager, &createSmsManager},
+    {&CLSID_clsParse, &createParse},
+    {&CLSID_clsDispBuilder, &createDispBuilder},
+    {&CLSID_clsSaveFile, &createSaveFile},
 };
 
 // One class object per public class; it lives as long as the module, so its own

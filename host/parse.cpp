@@ -91,9 +91,9 @@ struct FontChoice {
 
 FontChoice fontFor(const ustring& language) {
   const ustring l = toLower(trim(language));
-  if (l == u"cht") return {.name = u"新細明體", .charset = 136};
+  if (l == u"cht") return {.name = u"新細明體", .charset = 136};  // not looked up: a font's name
   if (l == u"en") return {.name = u"Tahoma", .charset = 0};
-  return {.name = u"宋体", .charset = 134};
+  return {.name = u"宋体", .charset = 134};  // not looked up: a font's name
 }
 
 void applyFont(const ObjectPtr& font, const FontChoice& f) {

@@ -14,11 +14,18 @@ Checked:
   - a traditional-Chinese cell holds no simplified-only character.
 With --sources, every text that those C++ files look up through tr(u"..."),
 trf(u"...") or trIn(u"...", ...) must be a key of the table.
+With --addin DIR..., every text the add-in looks up must be a key: the C++ files
+below those folders (tests left out) are read for the lookups (loadVtString,
+loadVtString2, loadVtStringEx, formatResString, loadResFormat): a text given
+directly, a constant of the same file (kName = u"..."), and, where a lookup takes
+its text from a table or a variable, every Chinese text of that file (a line
+marked "// not looked up" excepted). New windows are found without a list.
 
-Usage: check-resources.py TABLE [--sources FILE...]
+Usage: check-resources.py TABLE [--sources FILE...] [--addin DIR...]
 Exit status 0 when the table passes, 1 with one line per problem otherwise.
 """
 
+import os
 import re
 import sys
 from collections import Counter
@@ -137,25 +144,88 @@ def check_sources(sources, keys):
     return problems
 
 
+ADDIN_LOOKUP = re.compile(r"\b(?:loadVtString2?|loadVtStringEx|formatResString|loadResFormat)\(\s*")
+LITERAL = re.compile(r'u"((?:[^"\\]|\\.)*)"')
+CONSTANT = re.compile(r'\b(k[A-Z]\w*)(?:\[\])?\s*=\s*u"((?:[^"\\]|\\.)*)"')
+CJK = re.compile(r"[\u3400-\u9fff\uff00-\uffef]")
+
+
+def unescape(text):
+    return text.encode("utf-8").decode("unicode_escape").encode("latin-1").decode("utf-8")
+
+
+def addin_texts(path, text):
+    """(line, text) of every text the file looks up."""
+    found = []
+    constants = {m.group(1): m.group(2) for m in CONSTANT.finditer(text)}
+    indirect = False
+    for m in ADDIN_LOOKUP.finditer(text):
+        rest = text[m.end():]
+        line = text.count("\n", 0, m.start()) + 1
+        lit = re.match(r'u"((?:[^"\\]|\\.)*)"', rest)
+        ident = re.match(r"(k[A-Z]\w*)\s*[,)]", rest)
+        if lit:
+            found.append((line, unescape(lit.group(1))))
+        elif ident and ident.group(1) in constants:
+            found.append((line, unescape(constants[ident.group(1)])))
+        elif re.match(r"(?:text|word|format|title|piece)\b", rest):
+            continue  # the lookup functions themselves, passing their argument on
+        else:
+            indirect = True
+    if indirect:
+        for number, source_line in enumerate(text.split("\n"), start=1):
+            if "// not looked up" in source_line or source_line.lstrip().startswith("//"):
+                continue
+            for lit in LITERAL.finditer(source_line):
+                value = unescape(lit.group(1))
+                if CJK.search(value):
+                    found.append((number, value))
+    return found
+
+
+def check_addin(folders, keys):
+    problems, files = [], 0
+    for folder in folders:
+        for base, dirs, names in os.walk(folder):
+            dirs[:] = [d for d in dirs if d != "tests"]
+            for name in sorted(names):
+                if not name.endswith((".cpp", ".h")):
+                    continue
+                path = os.path.join(base, name)
+                text = open(path, encoding="utf-8").read()
+                texts = sorted(set(addin_texts(path, text)))
+                files += 1 if texts else 0
+                for line, key in texts:
+                    if key.strip(" ") not in keys:
+                        problems.append(f"{path}:{line}: the add-in looks up {key!r}, which the table lacks")
+    return problems, files
+
+
 def main(argv):
     if len(argv) < 2 or argv[1].startswith("-"):
         print(__doc__.strip().split("\n\n")[-2], file=sys.stderr)
         return 2
     table = argv[1]
-    sources = []
-    if len(argv) > 2:
-        if argv[2] != "--sources":
-            print(f"unknown option {argv[2]!r}", file=sys.stderr)
+    sources, addin, current = [], [], None
+    for a in argv[2:]:
+        if a in ("--sources", "--addin"):
+            current = sources if a == "--sources" else addin
+        elif current is None:
+            print(f"unknown option {a!r}", file=sys.stderr)
             return 2
-        sources = argv[3:]
+        else:
+            current.append(a)
     problems, keys = check_table(table)
     problems += check_sources(sources, keys)
+    addin_problems, addin_files = check_addin(addin, keys)
+    problems += addin_problems
     for p in problems:
         print(p)
     if problems:
         print(f"{table}: {len(problems)} problem(s)")
         return 1
-    print(f"{table}: {len(keys)} rows OK" + (f", {len(sources)} source file(s) OK" if sources else ""))
+    print(f"{table}: {len(keys)} rows OK" + (f", {len(sources)} source file(s) OK" if sources else "")
+          + (f", the add-in's lookups in {addin_files} file(s) OK" if addin else ""))
     return 0
 
 

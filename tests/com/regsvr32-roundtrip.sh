@@ -49,6 +49,11 @@ wine regsvr32 /s "$dll" || fail "regsvr32 /s exited with $?"
 query HKLM 'LumoSmsManager.clsParse\CLSID' | grep -qiF "$clsid" || fail "HKLM: LumoSmsManager.clsParse\\CLSID is not $clsid"
 query HKLM 'LumoSmsManager.clsParse\CurVer' | grep -qF 'LumoSmsManager.clsParse.1' || fail "HKLM: CurVer missing"
 query HKLM "CLSID\\$clsid\\InprocServer32" | grep -qiF 'LumoSmsManager.dll' || fail "HKLM: InprocServer32 missing"
+# Every value of the registry table (com/registry.tsv, from which the installer's rows
+# come too) is what the DLL wrote.
+export_hive 'HKEY_LOCAL_MACHINE\Software\Classes' "$work/machine-during.reg"
+python3 "$root/tests/installer/check-registry.py" "$work/machine-during.reg" 'HKEY_LOCAL_MACHINE\Software\Classes' \
+  win64 "$dll" "${dll%\\*}" || fail "HKLM: the registry table's entries are not all there"
 export_hive 'HKEY_CURRENT_USER\Software\Classes' "$work/user-during.reg"
 same_export "$work/user-before.reg" "$work/user-during.reg" "HKCU (during a machine-wide registration)"
 wine regsvr32 /s /u "$dll" || fail "regsvr32 /s /u exited with $?"

@@ -3,6 +3,7 @@
 # the in-process servers they use registered there; the prefix is removed afterwards.
 #
 #   run-probes.sh [--register DLL]... [--copy FILE]... [--watcher EXE [--watch TITLE]] PROBE.js...
+#   run-probes.sh --in-prefix PROBE.js...
 #
 #   --register DLL   registered with regsvr32 before the probes run (in the order
 #                    given) and unregistered after them (in the reverse order)
@@ -11,6 +12,8 @@
 #   --watcher EXE    box_watcher.exe, started beside the probes with the scratch
 #                    folder's boxes.txt, to answer message boxes and log them;
 #                    --watch TITLE: the windows whose number it logs with each box
+#   --in-prefix      in $WINEPREFIX as it is (servers an installer registered there),
+#                    which is kept; only the scratch folder inside it goes afterwards
 #
 # Each probe runs as the body of a function behind tests/support/probe.js (its
 # check, ok and expectError, and the closing line), with the scratch folder as its
@@ -26,25 +29,34 @@ servers=()
 files=()
 watcher=""
 watched=""
+in_prefix=0
 while [ $# -gt 0 ]; do
   case "$1" in
     --register) servers+=("$2"); shift 2 ;;
     --copy) files+=("$2"); shift 2 ;;
     --watcher) watcher="$2"; shift 2 ;;
     --watch) watched="$2"; shift 2 ;;
+    --in-prefix) in_prefix=1; shift ;;
     -*) echo "run-probes.sh: unknown option $1" >&2; exit 2 ;;
     *) break ;;
   esac
 done
 if [ $# -eq 0 ]; then
-  echo "usage: run-probes.sh [--register DLL]... [--copy FILE]... [--watcher EXE [--watch TITLE]] PROBE.js..." >&2
+  echo "usage: run-probes.sh [--in-prefix | [--register DLL]... [--copy FILE]... [--watcher EXE [--watch TITLE]]] PROBE.js..." >&2
   exit 2
 fi
 probes=("$@")
 
-lumo_wine_temp_prefix
-prefix="$WINEPREFIX"
-trap 'lumo_wine_remove_prefix "$prefix"' EXIT
+if [ "$in_prefix" = 1 ]; then
+  [ -n "${WINEPREFIX:-}" ] || { echo "run-probes.sh: --in-prefix needs WINEPREFIX" >&2; exit 2; }
+  lumo_wine_env
+  prefix="$WINEPREFIX"
+  trap 'rm -rf "$prefix/probes"' EXIT
+else
+  lumo_wine_temp_prefix
+  prefix="$WINEPREFIX"
+  trap 'lumo_wine_remove_prefix "$prefix"' EXIT
+fi
 scratch="$prefix/probes"
 mkdir -p "$scratch"
 

@@ -126,7 +126,7 @@ lumo_multi_sz() {
     tr -s ' \n' ',' | sed -e 's/^,//' -e 's/,$//' -e 's/01,00/00,00/g'
 }
 
-lumo_font_reg() {
+lumo_font_reg_text() {
   local substituted=(SimSun NSimSun 宋体 新宋体 SimHei 黑体 "Microsoft YaHei" 微软雅黑 "Microsoft JhengHei" 微軟正黑體
     PMingLiU MingLiU 新細明體 細明體 "MS Song" "MS Hei" KaiTi 楷体 FangSong 仿宋)
   local linked=(Tahoma "MS Shell Dlg" "MS Shell Dlg 2" "Microsoft Sans Serif" "MS Sans Serif" "Segoe UI" Arial
@@ -142,7 +142,23 @@ lumo_font_reg() {
     printf '\r\n[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows NT\\CurrentVersion\\FontLink\\SystemLink]\r\n'
     for name in "${linked[@]}"; do printf '"%s"=hex(7):%s\r\n' "$name" "$link"; done
     printf '\r\n'
-  } | { printf '\xff\xfe'; iconv -f UTF-8 -t UTF-16LE; }
+    lumo_marlett_reg
+  }
+}
+
+# The title bars' minimise, maximise and close glyphs are characters of the Marlett
+# symbol font; without it they come out as "0 1 r". Wine does not pick up the copy
+# Debian's fonts-wine installs, so it goes into the prefix's own font folder, where
+# Windows keeps it, and is registered there.
+lumo_marlett_file=/usr/share/wine/fonts/marlett.ttf
+
+lumo_marlett_reg() {
+  printf '[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows NT\\CurrentVersion\\Fonts]\r\n'
+  printf '"Marlett (TrueType)"="marlett.ttf"\r\n\r\n'
+}
+
+lumo_font_reg() {
+  lumo_font_reg_text | { printf '\xff\xfe'; iconv -f UTF-8 -t UTF-16LE; }
 }
 
 lumo_prefix_fonts() {
@@ -151,7 +167,13 @@ lumo_prefix_fonts() {
     echo "wine.sh: $lumo_font_file is missing (Debian package fonts-wqy-microhei)" >&2
     return 1
   fi
-  lumo_prefix_apply "$prefix" .lumo-fonts lumo-fonts-2 lumo_font_reg || return
+  if [ ! -f "$lumo_marlett_file" ]; then
+    echo "wine.sh: $lumo_marlett_file is missing (Debian package fonts-wine)" >&2
+    return 1
+  fi
+  mkdir -p "$prefix/drive_c/windows/Fonts"
+  cp -f "$lumo_marlett_file" "$prefix/drive_c/windows/Fonts/marlett.ttf"
+  lumo_prefix_apply "$prefix" .lumo-fonts lumo-fonts-3 lumo_font_reg || return
   if ! grep -q "$lumo_font_face" "$prefix/system.reg"; then
     echo "wine.sh: the font settings did not reach $prefix/system.reg" >&2
     rm -f "$prefix/.lumo-fonts"
