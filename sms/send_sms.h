@@ -43,6 +43,7 @@ enum class Control : int32_t {
   chkRestore,
   cmdSend,
   cmdCancel,
+  lblCost,          // under the counter: the SMS the message costs, signature included
 };
 
 // What the window needs of its controls. Setting a text does not raise the
@@ -114,6 +115,9 @@ ustring appendNumber(const ustring& box, const ustring& number);
 ustring checkNumbers(ustring_view receivers);
 // The counter's text for a remaining count, through the formatted look-up.
 ustring counterText(int32_t remaining);
+// The cost line: the SMS one receiver gets for 'signedText' (the text as it will be
+// handed to the gateway) and the total for the receiver list.
+ustring costText(ustring_view signedText, ustring_view receivers);
 
 // ---- the window -----------------------------------------------------------------------
 
@@ -151,7 +155,8 @@ class SendSmsPresenter {
   void cmdFindClick();
   void cmdFindNextClick();
 
-  void messageChanged();  // txtSmsInfo changed
+  void messageChanged();    // txtSmsInfo changed
+  void receiversChanged();  // txtMobile changed by the user
   void cmdClearClick();
   void cmdSendClick();
   void cmdCancelClick();
@@ -180,6 +185,9 @@ class SendSmsPresenter {
   void onExpand(Tree which, NodeId node);
   void loadEveryNode(Tree which);
   void find(bool next);
+  // The message as the gateway will get it: trimmed, "--" and the sender's name behind.
+  ustring signedMessage() const;
+  void showCost();
 
   // While the window lives, the components' class objects are kept: every search,
   // Add and Send would otherwise look each component up again.
