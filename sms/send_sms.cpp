@@ -196,6 +196,22 @@ void SendSmsPresenter::formLoad() {
     ipAddress_ = getIPAddress();
     writeLog(kFuncCode, audit::Opened, ustring(), machineName_, ipAddress_);
   });
+  // Whatever the load managed, what the user asked to resend is there to see.
+  if (prefill_) {
+    auto [receivers, message] = std::move(*prefill_);
+    prefill_.reset();
+    if (message.size() > static_cast<std::size_t>(kMaxMessageLength)) {
+      message.resize(static_cast<std::size_t>(kMaxMessageLength));
+      if (message.back() >= 0xD800 && message.back() <= 0xDBFF) message.pop_back();  // half a character
+    }
+    view_.setReceiversText(std::move(receivers));
+    view_.setMessageText(message);
+    messageChanged();
+  }
+}
+
+void SendSmsPresenter::prefill(ustring receivers, ustring message) {
+  prefill_.emplace(std::move(receivers), std::move(message));
 }
 
 void SendSmsPresenter::formUnload() {

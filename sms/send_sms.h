@@ -10,6 +10,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <cstdint>
 #include <vector>
 
@@ -136,6 +137,9 @@ class SendSmsPresenter {
 
   void formLoad();
   void formUnload();
+  // Receivers and a message to put in place at the end of Form_Load (the SMS log's
+  // resend); the message is cut to the box's maximum length. Nothing is sent.
+  void prefill(ustring receivers, ustring message);
   // Esc (27) closes the window, Enter (13) runs find.
   void formKeyDown(int32_t keyCode);
   // The tab of tabMain changed (read back from the view).
@@ -198,6 +202,7 @@ class SendSmsPresenter {
   std::array<std::size_t, 2> searchPosition_{0, 0};
   int16_t maxLength_ = 0;
   ustring senderName_, senderId_, machineName_, ipAddress_;
+  std::optional<std::pair<ustring, ustring>> prefill_;
 };
 
 }  // namespace lumo::sms

@@ -234,6 +234,23 @@ TEST_F(Window, TheCostLineFollowsTheReceiversTheWindowChanges) {
   EXPECT_EQ(view.captions[Control::lblCost], u"含签名每个号码1条短信，0个号码共0条");
 }
 
+TEST_F(Window, APrefilledWindowOpensWithTheReceiversAndTheMessageAndSendsNothing) {
+  window.prefill(u"13800000001,13800000002", u"明天开会");
+  open();
+  EXPECT_EQ(view.receivers, u"13800000001,13800000002");
+  EXPECT_EQ(view.message, u"明天开会");
+  EXPECT_EQ(view.captions[Control::lblSms], u"您还可以输入126字符,末尾将自动加上发送人姓名");
+  EXPECT_EQ(view.captions[Control::lblCost], u"含签名每个号码1条短信，2个号码共2条");
+  EXPECT_TRUE(fake.calls(u"VtMobileOpen.MobileOpen").empty());
+}
+
+TEST_F(Window, APrefilledMessageIsCutToTheBoxLength) {
+  window.prefill(u"13800000001", ustring(129, u'字') + u"\U0001F600" + u"尾");
+  open();
+  // The cut would split the last character: it goes whole.
+  EXPECT_EQ(view.message, ustring(129, u'字'));
+}
+
 TEST_F(Window, ClearingTheMessageResetsTheCounter) {
   ready();
   window.cmdClearClick();

@@ -520,6 +520,9 @@ class SendSmsCommandWindow final : public CommandWindow {
   explicit SendSmsCommandWindow(ModuleHold hold) : form_(std::make_unique<FrmSendSms>(std::move(hold))) {}
   bool isRelateEmp() override { return form_->presenter().isRelateEmp(); }
   void show(bool) override { FrmSendSms::show(std::move(form_)); }
+  void prefill(const ustring& receivers, const ustring& message) override {
+    form_->presenter().prefill(receivers, message);
+  }
 
  private:
   std::unique_ptr<FrmSendSms> form_;
