@@ -137,13 +137,7 @@ ustring toolTipOf(HWND owner, HWND control) {
 }
 
 // Saves a picture of the window in LUMO_SHOTS_DIR, when that names a folder.
-void saveShot(HWND hwnd, const ustring& name) {
-  const ustring dir = environment(L"LUMO_SHOTS_DIR");
-  if (dir.empty()) return;
-  RedrawWindow(hwnd, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW | RDW_ALLCHILDREN | RDW_FRAME);
-  pump(500);
-  EXPECT_TRUE(lumo::test::saveWindowPng(hwnd, lumo::test::wide(dir + u"\\" + name + u".png"))) << u8(name);
-}
+void saveShot(HWND hwnd, const ustring& name) { EXPECT_TRUE(lumo::test::saveShot(hwnd, name)) << u8(name); }
 
 // ---- the fixture -----------------------------------------------------------------------
 
