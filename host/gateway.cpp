@@ -59,6 +59,38 @@ int32_t Recordset::fieldCount() const { return fields()->get(u"Count").toI4(); }
 
 ustring Recordset::fieldName(int32_t index) const { return itemOf(fields(), index)->get(u"Name").toString(); }
 
+std::size_t Recordset::readText(int32_t maxRows, std::vector<ustring>& cells) {
+  // Separators no text of a host's table holds in practice.
+  static const ustring kColumn = u"\x1F\x1D\x1F", kRow = u"\x1E\x1D\x1E";
+  if (eof()) return 0;
+  const auto width = static_cast<std::size_t>(fieldCount());
+  const ustring text =
+      require(rs_)->call(u"GetString", {Variant(int32_t(2)), Variant(maxRows), Variant(kColumn), Variant(kRow), Variant(ustring())})
+          .toString();
+  std::size_t rows = 0, at = 0;
+  while (at < text.size()) {
+    const std::size_t end = text.find(kRow, at);
+    if (end == ustring::npos) break;
+    std::size_t found = 0;
+    for (std::size_t from = at;;) {
+      const std::size_t next = text.find(kColumn, from);
+      const std::size_t stop = next == ustring::npos || next > end ? end : next;
+      cells.emplace_back(text, from, stop - from);
+      ++found;
+      if (stop == end) break;
+      from = stop + kColumn.size();
+    }
+    if (found != width)
+      throw Error(errnum::InvalidCall, u"A value of the recordset holds the separators of a bulk read: row " +
+                                           toText(static_cast<long long>(rows + 1)) + u" cannot be told apart");
+    ++rows;
+    at = end + kRow.size();
+  }
+  if (at != text.size())
+    throw Error(errnum::InvalidCall, u"The recordset's text of its rows does not end with a row separator");
+  return rows;
+}
+
 Recordset getData(const ustring& sql) {
   return Recordset(callWithSession(u"LumoMSmsManager.clsBillUseInfo", u"GetData", {sql}).toObject());
 }

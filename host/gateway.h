@@ -29,6 +29,12 @@ class Recordset {
   int32_t fieldCount() const;
   ustring fieldName(int32_t index) const;
   const ObjectPtr& object() const { return rs_; }
+  // Up to maxRows rows from the current one on, in one call (the recordset's
+  // GetString): each row's values as text (Null as ""), appended row after row to
+  // 'cells'; the recordset moves past them. Returns how many rows were read, 0 at
+  // the end. Raises when a value holds the separators the call asks for, as no row
+  // could then be told apart. A large result costs one call per batch of rows.
+  std::size_t readText(int32_t maxRows, std::vector<ustring>& cells);
 
  private:
   const ObjectPtr& fields() const;

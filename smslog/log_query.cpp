@@ -47,6 +47,14 @@ const char16_t* statusKey(int16_t status) {
   }
 }
 
+namespace {
+// A status as the log writes it: one of the four codes, else none (-1).
+int16_t statusOf(const ustring& text) {
+  if (text.size() == 1 && text[0] >= u'0' && text[0] <= u'3') return static_cast<int16_t>(text[0] - u'0');
+  return -1;
+}
+}  // namespace
+
 std::vector<LogRow> HostLogSource::query(const LogFilter& filter) {
   Variant answer = callWithSession(kLogProgId, kLogMember, queryArguments(filter, getMachineName()));
   if (!answer.isObject() || !answer.toObject())
@@ -62,19 +70,32 @@ std::vector<LogRow> HostLogSource::query(const LogFilter& filter) {
       throw Error(errnum::InvalidCall,
                   ustring(kLogProgId) + u"." + kLogMember + u": the log has no column '" + name + u"'");
   }
+  // Where each column of ours stands in the host's order.
+  std::vector<std::size_t> at;
+  for (const ustring& name : logFields())
+    for (std::size_t i = 0; i < have.size(); ++i)
+      if (equalsNoCase(have[i], name)) {
+        at.push_back(i);
+        break;
+      }
   std::vector<LogRow> rows;
-  for (; !rs.eof(); rs.moveNext()) {
-    LogRow r;
-    r.time = oneLine(rs.text(u"FTime"));
-    r.user = oneLine(rs.text(u"FUserName"));
-    r.receiver = oneLine(rs.text(u"FReceiver"));
-    r.receiverName = oneLine(rs.text(u"FEmpName"));
-    r.text = oneLine(rs.text(u"FTitle"));
-    Variant status = rs.field(u"FStatus");
-    r.status = status.isNumeric() ? static_cast<int16_t>(status.toI4()) : int16_t(-1);
-    r.reason = oneLine(rs.text(u"FReason"));
-    r.messageId = oneLine(rs.text(u"FMessageID"));
-    rows.push_back(std::move(r));
+  std::vector<ustring> cells;
+  // Read in batches: one call a batch, not one a value.
+  while (std::size_t n = rs.readText(4096, cells)) {
+    for (std::size_t r = 0; r < n; ++r) {
+      const ustring* c = cells.data() + r * have.size();
+      LogRow row;
+      row.time = oneLine(c[at[0]]);
+      row.user = oneLine(c[at[1]]);
+      row.receiver = oneLine(c[at[2]]);
+      row.receiverName = oneLine(c[at[3]]);
+      row.text = oneLine(c[at[4]]);
+      row.status = statusOf(c[at[5]]);
+      row.reason = oneLine(c[at[6]]);
+      row.messageId = oneLine(c[at[7]]);
+      rows.push_back(std::move(row));
+    }
+    cells.clear();
   }
   return rows;
 }

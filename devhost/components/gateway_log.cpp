@@ -89,30 +89,38 @@ ObjectPtr queryLog(HostDb& db, const Args& a) {
   if (a.size() != 8) refuse(u"expects 8 arguments (session, status, sending number, account, from, to, "
                             u"ascending, workstation), got " + toText(static_cast<int32_t>(a.size())));
   db.resolveSession(a[0].deref());
-  const Variant& status = a[1].deref();
+  LogSql q = logQuery(db, Args(a.begin() + 1, a.end()));
+  return std::make_shared<RecordsetObject>(db.connection().query(q.sql, q.params));
+}
+
+LogSql logQuery(HostDb& db, const Args& c) {
+  if (c.size() != 7) refuse(u"expects 7 conditions, got " + toText(static_cast<int32_t>(c.size())));
+  const Variant& status = c[0].deref();
   if (!status.isNumeric() || status.toI4() < -1 || status.toI4() > 3)
     refuse(u"status must be -1 (every status) or 0 to 3, not " + status.describe());
   auto text = [&](std::size_t i, const char16_t* what) {
-    const Variant& v = a[i].deref();
+    const Variant& v = c[i].deref();
     if (!v.isString()) refuse(ustring(what) + u" must be text, not " + v.describe());
     return v.rawString();
   };
-  const ustring sendNumber = text(2, u"the sending number");
-  const ustring account = text(3, u"the account");
+  const ustring sendNumber = text(1, u"the sending number");
+  const ustring account = text(2, u"the account");
   auto time = [&](std::size_t i, const char16_t* what) -> Variant {
-    const Variant& v = a[i].deref();
+    const Variant& v = c[i].deref();
     if (v.isNull()) return Variant::null();
     if (v.type() != Variant::Type::Date) refuse(ustring(what) + u" must be a date or Null, not " + v.describe());
     return Variant(timeText(v.rawDouble()));
   };
-  const Variant from = time(4, u"the start"), to = time(5, u"the end");
+  const Variant from = time(3, u"the start"), to = time(4, u"the end");
   // A whole second at the end: "up to 10:00:00" holds 10:00:00.500.
   const Variant toEnd = to.isNull() ? to : Variant(to.rawString().substr(0, 19) + u".999");
-  const Variant& ascending = a[6].deref();
+  const Variant& ascending = c[5].deref();
   if (ascending.type() != Variant::Type::Bool) refuse(u"ascending must be a Boolean, not " + ascending.describe());
-  const ustring machine = text(7, u"the workstation");
+  const ustring machine = text(6, u"the workstation");
 
   const ustring now = db.connection().scalar(u"SELECT strftime('%Y-%m-%d %H:%M:%f', 'now', 'localtime')").toString();
+  // Messages of the same moment keep the order they were sent in, in the chosen direction.
+  const ustring order = ascending.toBool() ? u"ASC" : u"DESC";
   // Plain markers, each value bound where it is used.
   const ustring sql =
       u"SELECT FTime, FUserName, FReceiver, FEmpName, FTitle, FStatus, "
@@ -128,11 +136,9 @@ ObjectPtr queryLog(HostDb& db, const Args& a) {
       u" WHERE (? = '' OR o.FSenderID = ?) AND (? = '' OR o.FUserName = ?)"
       u"  AND (? IS NULL OR o.FTime >= ?) AND (? IS NULL OR o.FTime <= ?)"
       u"  AND (? = '' OR o.FMessageID = (SELECT MAX(FMessageID) FROM dh_Outbox WHERE FMachineName = ?))"
-      u") WHERE (? = -1 OR FStatus = ?) ORDER BY FTime " +
-      ustring(ascending.toBool() ? u"ASC" : u"DESC") + u", FMessageID, FSeq";
+      u") WHERE (? = -1 OR FStatus = ?) ORDER BY FTime " + order + u", FMessageID " + order + u", FSeq";
   const Variant st(static_cast<int32_t>(status.toI4())), nowV(now), num(sendNumber), acc(account), mach(machine);
-  return std::make_shared<RecordsetObject>(
-      db.connection().query(sql, {nowV, nowV, num, num, acc, acc, from, from, toEnd, toEnd, mach, mach, st, st}));
+  return {sql, {nowV, nowV, num, num, acc, acc, from, from, toEnd, toEnd, mach, mach, st, st}};
 }
 
 }  // namespace lumo::devhost

@@ -26,6 +26,14 @@ int32_t deliverySeconds(HostDb& db);
 // 'YYYY-MM-DD HH:MM:SS.fff' of an OLE date, as the outbox writes its times.
 ustring timeText(double oleDate);
 
+// The log query of QueryLog's conditions (after the session): its SQL and its
+// parameters, checked as QueryLog checks them.
+struct LogSql {
+  ustring sql;
+  Args params;
+};
+LogSql logQuery(HostDb& db, const Args& conditions);
+
 // QueryLog(session, status, sending number, account, from, to, ascending, workstation):
 // one row per receiver with FTime, FUserName, FReceiver, FEmpName, FTitle,
 // FStatus, FReason, FMessageID. Conditions are bound as parameters.

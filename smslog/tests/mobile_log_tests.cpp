@@ -347,6 +347,45 @@ TEST_F(LogWindow, TheListToolHandsTheRowsToAListWindow) {
   EXPECT_EQ(prompts(), std::vector<ustring>{u"no list window in this test"});
 }
 
+TEST_F(LogWindow, ABatchBoundaryLosesNoRow) {
+  window.formLoad();
+  const auto first = table.rows[0];
+  table.rows.clear();
+  for (int i = 0; i < 10000; ++i) {
+    auto r = first;
+    r[7] = i;
+    table.rows.push_back(r);
+  }
+  view.answers = {lastHour()};
+  window.toolClick(Tool::Filter);
+  ASSERT_EQ(window.rowCount(), 10000u);
+  EXPECT_EQ(window.cell(4095, Column::MessageId), u"4095");
+  EXPECT_EQ(window.cell(4096, Column::MessageId), u"4096");
+  EXPECT_EQ(window.cell(9999, Column::MessageId), u"9999");
+}
+
+TEST_F(LogWindow, ALongTextWithTabsLineBreaksAndNulsIsOneLine) {
+  window.formLoad();
+  ustring text;
+  while (text.size() < 4000) text += ustring(u"行\t列\r\n") + char16_t(0) + u"x";
+  table.rows[0][4] = text;
+  view.answers = {lastHour()};
+  window.toolClick(Tool::Filter);
+  const ustring shown = window.cell(0, Column::Text);
+  EXPECT_EQ(shown.size(), text.size());
+  EXPECT_EQ(shown.find_first_of(ustring(u"\t\r\n") + char16_t(0)), ustring::npos);
+}
+
+TEST_F(LogWindow, ATextHoldingTheBulkSeparatorsIsSaidAndNothingIsShown) {
+  window.formLoad();
+  table.rows[1][4] = u"a" u"\x1F\x1D\x1F" u"b";
+  view.answers = {lastHour()};
+  window.toolClick(Tool::Filter);
+  ASSERT_EQ(fake.messageBoxes.size(), 1u);
+  EXPECT_NE(fake.messageBoxes[0].prompt.find(u"separators"), ustring::npos) << toUtf8(fake.messageBoxes[0].prompt);
+  EXPECT_EQ(view.rows, 0u);
+}
+
 TEST(LogBody, TheSignatureGoesAndTheBodyIsCutTo130) {
   EXPECT_EQ(MobileLogPresenter::bodyOf(u"明天开会--张伟"), u"明天开会");
   EXPECT_EQ(MobileLogPresenter::bodyOf(u"a--b--张伟"), u"a--b");

@@ -56,8 +56,10 @@ class FrmMobileLog final : public Window, public smslog::MobileLogView {
     return runFilterDialog(hwnd(), conditions);
   }
   void showRowCount(std::size_t rows) override {
+    // A selection of the rows before goes with them (asked first: clearing every
+    // item's state walks them all).
+    if (ListView_GetSelectedCount(list_) > 0) ListView_SetItemState(list_, -1, 0, LVIS_SELECTED);
     ListView_SetItemCountEx(list_, static_cast<int>(rows), 0);
-    ListView_SetItemState(list_, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
     InvalidateRect(list_, nullptr, TRUE);
   }
   void setCountText(const ustring& text) override {

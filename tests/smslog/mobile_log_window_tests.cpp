@@ -8,7 +8,6 @@
 #include <commctrl.h>
 #include <ole2.h>
 
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -21,6 +20,7 @@
 #include "tests/sms/send_windows.h"
 #include "tests/support/win/boxes.h"
 #include "tests/support/win/pump.h"
+#include "tests/support/win/script.h"
 #include "tests/support/win/screenshot.h"
 #include "tests/support/win/server_dll.h"
 #include "tests/support/win/text.h"
@@ -32,6 +32,7 @@ namespace {
 using lumo::test::BoxWatcher;
 using lumo::test::environment;
 using lumo::test::RegisteredServers;
+using lumo::test::Script;
 using lumo::test::sendWindows;
 using lumo::test::u8;
 namespace odbc = lumo::devhost::odbc;
@@ -44,46 +45,6 @@ ustring language() {
 bool chinese() { return language() == u"chs"; }
 
 void shot(HWND w, const ustring& name) { EXPECT_TRUE(lumo::test::saveShot(w, name + u"-" + language())) << u8(name); }
-
-// Steps run one after the other from a timer, inside whichever modal loop the
-// windows under test are running; each step returns true when it is done.
-class Script {
- public:
-  explicit Script(std::vector<std::function<bool()>> steps) : steps_(std::move(steps)) {
-    current_ = this;
-    started_ = std::chrono::steady_clock::now();
-    timer_ = SetTimer(nullptr, 0, 100, &Script::tick);
-  }
-  ~Script() {
-    KillTimer(nullptr, timer_);
-    current_ = nullptr;
-  }
-  bool finished() const { return next_ == steps_.size(); }
-  std::size_t reached() const { return next_; }
-
- private:
-  static void CALLBACK tick(HWND, UINT, UINT_PTR, DWORD) {
-    Script* s = current_;
-    if (!s || s->busy_ || s->finished()) return;
-    s->busy_ = true;
-    if (s->steps_[s->next_]()) {
-      ++s->next_;
-      s->started_ = std::chrono::steady_clock::now();
-    } else if (std::chrono::steady_clock::now() - s->started_ > std::chrono::seconds(20)) {
-      // A step that never comes true: every window of ours goes, so the test ends.
-      ADD_FAILURE() << "step " << s->next_ << " never came about";
-      s->next_ = s->steps_.size();
-      EnumThreadWindows(GetCurrentThreadId(), [](HWND w, LPARAM) { PostMessageW(w, WM_CLOSE, 0, 0); return TRUE; }, 0);
-    }
-    s->busy_ = false;
-  }
-  static inline Script* current_ = nullptr;
-  std::vector<std::function<bool()>> steps_;
-  std::size_t next_ = 0;
-  bool busy_ = false;
-  UINT_PTR timer_ = 0;
-  std::chrono::steady_clock::time_point started_;
-};
 
 HWND findFilter() {
   HWND found = nullptr;
@@ -228,6 +189,7 @@ TEST_F(MobileLogWindow, TheLastMessagesOutcomesAreListedAndTheFailedOnesResent) 
       },
   });
   manager()->call(u"ShowSmsLog", {});  // modal: returns when the log window is closed
+  EXPECT_FALSE(script.timedOut()) << "step " << script.reached() << " never came about";
   EXPECT_TRUE(script.finished()) << "stopped before step " << script.reached();
   EXPECT_EQ(filters, 2);  // once by itself, once from the tool: never again on activation
   EXPECT_EQ(FindWindowW(mobile_log::kClass, nullptr), nullptr);
