@@ -45,6 +45,15 @@ class Recordset {
   mutable std::vector<std::pair<ustring, ObjectPtr>> byName_;  // a handful of columns: a short list
 };
 
+// The separators of Recordset::readText, and the reading of its text: rows of
+// 'width' values, each value followed by kBulkColumn except the row's last, each
+// row ended by kBulkRow. Appends the values row after row to 'cells' and returns
+// the rows; raises when a row does not have 'width' values or the text does not
+// end with a row.
+inline constexpr char16_t kBulkColumn[] = u"\x1F\x1D\x1F";
+inline constexpr char16_t kBulkRow[] = u"\x1E\x1D\x1E";
+std::size_t splitBulkRows(ustring_view text, std::size_t width, std::vector<ustring>& cells);
+
 // GetData of "LumoMSmsManager.clsBillUseInfo" with the session string and sql.
 Recordset getData(const ustring& sql);
 
