@@ -9,6 +9,7 @@
 #include "host/commands.h"
 #include "host/services.h"
 #include "sms/win/windows.h"
+#include "smslog/win/windows.h"
 #include "win32/window.h"
 
 namespace lumo::com {
@@ -33,6 +34,8 @@ class AddinWindows final : public WindowFactory {
     switch (command) {
       case Command::SendSms:
         return win32::makeSendSmsWindow(liveObject());
+      case Command::ShowSmsLog:
+        return win32::makeMobileLogWindow(liveObject(), *this);
       default:
         notAvailable(u"clsSmsManager", commandInfo(command).name);
     }

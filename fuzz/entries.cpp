@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/gateway.h"
 #include "host/language.h"
 #include "host/parse.h"
 #include "host/session.h"
@@ -298,6 +299,37 @@ int runTarget(EntryFunction entry, const uint8_t* data, std::size_t size) {
     std::abort();
   }
   return 0;
+}
+
+std::string bulkRowsEntry(const uint8_t* data, std::size_t size) {
+  if (size == 0) return {};
+  const std::size_t width = 1 + (data[0] & 7);
+  const ustring text = decodeText(data, size);
+  std::vector<ustring> cells;
+  std::size_t rows = 0;
+  try {
+    rows = splitBulkRows(text, width, cells);
+  } catch (const Error&) {
+    // Refused: nothing half-read may stay behind beyond the rows before.
+    if (cells.size() % width != 0) return fail("a refused row left values behind", text);
+    return {};
+  } catch (...) {
+    return fail("an error that is not the add-in's", text);
+  }
+  if (cells.size() != rows * width) return fail("the values are not rows of the width", text);
+  ustring joined;
+  for (std::size_t r = 0; r < rows; ++r) {
+    for (std::size_t c = 0; c < width; ++c) {
+      if (c) joined += kBulkColumn;
+      const ustring& cell = cells[r * width + c];
+      if (cell.find(kBulkColumn) != ustring::npos || cell.find(kBulkRow) != ustring::npos)
+        return fail("a value holds a separator", text);
+      joined += cell;
+    }
+    joined += kBulkRow;
+  }
+  if (joined != text) return fail("the values do not give the text back", text);
+  return {};
 }
 
 }  // namespace lumo::fuzz

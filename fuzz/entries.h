@@ -26,6 +26,11 @@ std::string sessionStringEntry(const uint8_t* data, std::size_t size);
 // by U+0001: session string, property name, special text, format, arguments...
 std::string languageTextsEntry(const uint8_t* data, std::size_t size);
 
+// The reading of a recordset's rows as one text (Recordset::readText): the first
+// byte gives the row width (1 + its low three bits), the rest is the text. Either
+// the text is refused with an error, or its values joined again give it back.
+std::string bulkRowsEntry(const uint8_t* data, std::size_t size);
+
 // One input of a libFuzzer target through its entry: 0 when the invariants held;
 // otherwise it says which broke and aborts, so that libFuzzer keeps the input.
 using EntryFunction = std::string (*)(const uint8_t* data, std::size_t size);

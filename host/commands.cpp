@@ -18,13 +18,14 @@ const CommandInfo kCommands[] = {
 
 const CommandInfo& commandInfo(Command command) { return kCommands[static_cast<int>(command)]; }
 
-void runCommand(Command command, WindowFactory& windows) {
+void runCommand(Command command, WindowFactory& windows, const std::function<void(CommandWindow&)>& prepare) {
   const CommandInfo& info = commandInfo(command);
   std::unique_ptr<CommandWindow> window = windows.commandWindow(command);
   if (info.employeeCheck && !window->isRelateEmp()) {
     showHostMessage(loadVtString(info.refusal));
     return;
   }
+  if (prepare) prepare(*window);
   window->show(info.modal);
 }
 

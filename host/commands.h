@@ -4,6 +4,8 @@
 // of the steps lives here so that it holds for every command alike.
 #pragma once
 
+#include <functional>
+
 #include "automation/text.h"
 #include "host/windows.h"
 
@@ -22,6 +24,7 @@ const CommandInfo& commandInfo(Command command);
 // employee check, and on refusal the looked-up message through the host's message
 // service with no window shown; the window is released before returning. Errors
 // in making, checking or showing the window are not caught: they are the call's.
-void runCommand(Command command, WindowFactory& windows);
+// 'prepare', when given, gets the window after the check and before it is shown.
+void runCommand(Command command, WindowFactory& windows, const std::function<void(CommandWindow&)>& prepare = {});
 
 }  // namespace lumo

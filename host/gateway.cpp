@@ -59,6 +59,44 @@ int32_t Recordset::fieldCount() const { return fields()->get(u"Count").toI4(); }
 
 ustring Recordset::fieldName(int32_t index) const { return itemOf(fields(), index)->get(u"Name").toString(); }
 
+std::size_t Recordset::readText(int32_t maxRows, std::vector<ustring>& cells) {
+  if (eof()) return 0;
+  const auto width = static_cast<std::size_t>(fieldCount());
+  const ustring text = require(rs_)
+                           ->call(u"GetString", {Variant(int32_t(2)), Variant(maxRows), Variant(ustring(kBulkColumn)),
+                                                 Variant(ustring(kBulkRow)), Variant(ustring())})
+                           .toString();
+  return splitBulkRows(text, width, cells);
+}
+
+std::size_t splitBulkRows(ustring_view text, std::size_t width, std::vector<ustring>& cells) {
+  const ustring_view column = kBulkColumn, row = kBulkRow;
+  std::size_t rows = 0, at = 0;
+  while (at < text.size()) {
+    const std::size_t end = text.find(row, at);
+    if (end == ustring_view::npos) break;
+    std::size_t found = 0;
+    for (std::size_t from = at;;) {
+      const std::size_t next = text.find(column, from);
+      const std::size_t stop = next == ustring_view::npos || next > end ? end : next;
+      cells.emplace_back(text.substr(from, stop - from));
+      ++found;
+      if (stop == end) break;
+      from = stop + column.size();
+    }
+    if (found != width) {
+      cells.resize(cells.size() - found);
+      throw Error(errnum::InvalidCall, u"A value of the recordset holds the separators of a bulk read: row " +
+                                           toText(static_cast<long long>(rows + 1)) + u" cannot be told apart");
+    }
+    ++rows;
+    at = end + row.size();
+  }
+  if (at != text.size())
+    throw Error(errnum::InvalidCall, u"The recordset's text of its rows does not end with a row separator");
+  return rows;
+}
+
 Recordset getData(const ustring& sql) {
   return Recordset(callWithSession(u"LumoMSmsManager.clsBillUseInfo", u"GetData", {sql}).toObject());
 }

@@ -29,6 +29,12 @@ class Recordset {
   int32_t fieldCount() const;
   ustring fieldName(int32_t index) const;
   const ObjectPtr& object() const { return rs_; }
+  // Up to maxRows rows from the current one on, in one call (the recordset's
+  // GetString): each row's values as text (Null as ""), appended row after row to
+  // 'cells'; the recordset moves past them. Returns how many rows were read, 0 at
+  // the end. Raises when a value holds the separators the call asks for, as no row
+  // could then be told apart. A large result costs one call per batch of rows.
+  std::size_t readText(int32_t maxRows, std::vector<ustring>& cells);
 
  private:
   const ObjectPtr& fields() const;
@@ -38,6 +44,15 @@ class Recordset {
   mutable ObjectPtr fields_;
   mutable std::vector<std::pair<ustring, ObjectPtr>> byName_;  // a handful of columns: a short list
 };
+
+// The separators of Recordset::readText, and the reading of its text: rows of
+// 'width' values, each value followed by kBulkColumn except the row's last, each
+// row ended by kBulkRow. Appends the values row after row to 'cells' and returns
+// the rows; raises when a row does not have 'width' values or the text does not
+// end with a row.
+inline constexpr char16_t kBulkColumn[] = u"\x1F\x1D\x1F";
+inline constexpr char16_t kBulkRow[] = u"\x1E\x1D\x1E";
+std::size_t splitBulkRows(ustring_view text, std::size_t width, std::vector<ustring>& cells);
 
 // GetData of "LumoMSmsManager.clsBillUseInfo" with the session string and sql.
 Recordset getData(const ustring& sql);

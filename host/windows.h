@@ -6,6 +6,9 @@
 
 #include <memory>
 
+#include "automation/error.h"
+#include "automation/text.h"
+
 namespace lumo {
 
 namespace display {
@@ -28,6 +31,11 @@ class CommandWindow {
   // Shows the window: a modal one returns when it has been closed, a modeless
   // one returns at once and lives on by itself.
   virtual void show(bool modal) = 0;
+  // Puts receivers and a message in place before the window is shown (the SMS
+  // log's resend); a window without them refuses.
+  virtual void prefill(const ustring& /*receivers*/, const ustring& /*message*/) {
+    throw Error(errnum::InvalidCall, u"This window takes no receivers or message");
+  }
 };
 
 class WindowFactory {

@@ -9,6 +9,7 @@
 #include "host/platform.h"
 #include "host/services.h"
 #include "host/session.h"
+#include "sms/sms_parts.h"
 
 namespace lumo::sms {
 
@@ -131,6 +132,13 @@ ustring counterText(int32_t remaining) {
   return formatResString(u"您还可以输入%1字符,末尾将自动加上发送人姓名", {Variant(remaining)});
 }
 
+ustring costText(ustring_view signedText, ustring_view receivers) {
+  const SmsParts parts = countParts(signedText);
+  const auto numbers = static_cast<int32_t>(countReceivers(receivers));
+  return formatResString(u"含签名每个号码%1条短信，%2个号码共%3条",
+                         {Variant(parts.parts), Variant(numbers), Variant(parts.parts * numbers)});
+}
+
 // ---- the window ---------------------------------------------------------------------------
 
 SendSmsPresenter::SendSmsPresenter(SendSmsView& view) : view_(view) {
@@ -172,6 +180,7 @@ void SendSmsPresenter::formLoad() {
                            loadVtString(u"粘贴(&P)"), loadVtString(u"删除(&D)"), loadVtString(u"全选(&A)")});
     // The counter starts at the full length, whatever the box holds.
     view_.setCaption(Control::lblSms, counterText(kMaxMessageLength));
+    showCost();
     // Only the tree of the shown tab can be reached.
     const Tree shown = currentTree();
     view_.setTreeEnabled(Tree::Department, shown == Tree::Department);
@@ -187,6 +196,22 @@ void SendSmsPresenter::formLoad() {
     ipAddress_ = getIPAddress();
     writeLog(kFuncCode, audit::Opened, ustring(), machineName_, ipAddress_);
   });
+  // Whatever the load managed, what the user asked to resend is there to see.
+  if (prefill_) {
+    auto [receivers, message] = std::move(*prefill_);
+    prefill_.reset();
+    if (message.size() > static_cast<std::size_t>(kMaxMessageLength)) {
+      message.resize(static_cast<std::size_t>(kMaxMessageLength));
+      if (message.back() >= 0xD800 && message.back() <= 0xDBFF) message.pop_back();  // half a character
+    }
+    view_.setReceiversText(std::move(receivers));
+    view_.setMessageText(message);
+    messageChanged();
+  }
+}
+
+void SendSmsPresenter::prefill(ustring receivers, ustring message) {
+  prefill_.emplace(std::move(receivers), std::move(message));
 }
 
 void SendSmsPresenter::formUnload() {
@@ -359,7 +384,10 @@ void SendSmsPresenter::treeDoubleClick(Tree which) {
     if (node == kNoNode || !keyStartsWith(t.key(node), letterOf(which))) return;
     t.setChecked(node, true);
     const ustring number = t.tag(node);
-    if (!number.empty()) view_.setReceiversText(appendNumber(view_.receiversText(), number));
+    if (!number.empty()) {
+      view_.setReceiversText(appendNumber(view_.receiversText(), number));
+      showCost();
+    }
   });
 }
 
@@ -395,11 +423,15 @@ void SendSmsPresenter::cmdAddClick() {
       list += *number;
     }
     view_.setReceiversText(std::move(list));
+    showCost();
   });
 }
 
 void SendSmsPresenter::cmdClearMobileClick() {
-  errorTrap(source(u"cmdClearMobile_Click"), [&] { view_.setReceiversText(ustring()); });
+  errorTrap(source(u"cmdClearMobile_Click"), [&] {
+    view_.setReceiversText(ustring());
+    showCost();
+  });
 }
 
 void SendSmsPresenter::loadEveryNode(Tree which) {
@@ -468,8 +500,17 @@ void SendSmsPresenter::messageChanged() {
   errorTrap(source(u"txtSmsInfo_Change"), [&] {
     const auto remaining = static_cast<int32_t>(kMaxMessageLength) - static_cast<int32_t>(view_.messageText().size());
     view_.setCaption(Control::lblSms, counterText(remaining));
+    showCost();
   });
 }
+
+void SendSmsPresenter::receiversChanged() {
+  errorTrap(source(u"txtMobile_Change"), [&] { showCost(); });
+}
+
+ustring SendSmsPresenter::signedMessage() const { return trim(view_.messageText()) + u"--" + senderName_; }
+
+void SendSmsPresenter::showCost() { view_.setCaption(Control::lblCost, costText(signedMessage(), view_.receiversText())); }
 
 void SendSmsPresenter::cmdClearClick() {
   errorTrap(source(u"cmdClear_Click"), [&] {
@@ -504,7 +545,7 @@ void SendSmsPresenter::cmdSendClick() {
     }
 
     auto parameters = std::make_shared<Dictionary>();
-    parameters->add(u"title", trim(message) + u"--" + senderName_);
+    parameters->add(u"title", signedMessage());
     parameters->add(u"msgType", int16_t(0));
     parameters->add(u"Propstr", getPropsString());
     parameters->add(u"isRevertible", int16_t(view_.restoreChecked() ? 1 : 0));

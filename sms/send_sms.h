@@ -10,6 +10,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <cstdint>
 #include <vector>
 
@@ -43,6 +44,7 @@ enum class Control : int32_t {
   chkRestore,
   cmdSend,
   cmdCancel,
+  lblCost,          // under the counter: the SMS the message costs, signature included
 };
 
 // What the window needs of its controls. Setting a text does not raise the
@@ -114,6 +116,9 @@ ustring appendNumber(const ustring& box, const ustring& number);
 ustring checkNumbers(ustring_view receivers);
 // The counter's text for a remaining count, through the formatted look-up.
 ustring counterText(int32_t remaining);
+// The cost line: the SMS one receiver gets for 'signedText' (the text as it will be
+// handed to the gateway) and the total for the receiver list.
+ustring costText(ustring_view signedText, ustring_view receivers);
 
 // ---- the window -----------------------------------------------------------------------
 
@@ -132,6 +137,9 @@ class SendSmsPresenter {
 
   void formLoad();
   void formUnload();
+  // Receivers and a message to put in place at the end of Form_Load (the SMS log's
+  // resend); the message is cut to the box's maximum length. Nothing is sent.
+  void prefill(ustring receivers, ustring message);
   // Esc (27) closes the window, Enter (13) runs find.
   void formKeyDown(int32_t keyCode);
   // The tab of tabMain changed (read back from the view).
@@ -151,7 +159,8 @@ class SendSmsPresenter {
   void cmdFindClick();
   void cmdFindNextClick();
 
-  void messageChanged();  // txtSmsInfo changed
+  void messageChanged();    // txtSmsInfo changed
+  void receiversChanged();  // txtMobile changed by the user
   void cmdClearClick();
   void cmdSendClick();
   void cmdCancelClick();
@@ -180,6 +189,9 @@ class SendSmsPresenter {
   void onExpand(Tree which, NodeId node);
   void loadEveryNode(Tree which);
   void find(bool next);
+  // The message as the gateway will get it: trimmed, "--" and the sender's name behind.
+  ustring signedMessage() const;
+  void showCost();
 
   // While the window lives, the components' class objects are kept: every search,
   // Add and Send would otherwise look each component up again.
@@ -190,6 +202,7 @@ class SendSmsPresenter {
   std::array<std::size_t, 2> searchPosition_{0, 0};
   int16_t maxLength_ = 0;
   ustring senderName_, senderId_, machineName_, ipAddress_;
+  std::optional<std::pair<ustring, ustring>> prefill_;
 };
 
 }  // namespace lumo::sms

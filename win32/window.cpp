@@ -159,7 +159,7 @@ void Window::runModal(HWND owner) {
   if (owner) EnableWindow(owner, FALSE);
   // The object may be gone when the window is: only the handle is looked at.
   MSG msg;
-  while (IsWindow(self)) {
+  while (IsWindow(self) && IsWindowVisible(self)) {
     const BOOL got = GetMessageW(&msg, nullptr, 0, 0);
     if (got == 0) {
       PostQuitMessage(static_cast<int>(msg.wParam));  // the caller's loop ends too
@@ -421,6 +421,26 @@ void Window::createDialog(DWORD style, DWORD exStyle, HWND owner) {
   const HWND hwnd = CreateDialogIndirectParamW(thisModule(), &t.dlg, owner, &Window::dialogProc, 0);
   t_creating = outer;
   finishCreate(hwnd, u"CreateDialogIndirectParam");
+}
+
+void Window::createDialog(const DLGTEMPLATE* layout, HWND owner) {
+  if (!layout) throw Error(errnum::InvalidCall, ustring(name_) + u": the dialog's layout is missing");
+  kind_ = Kind::Dialog;
+  creating_ = true;
+  Window* const outer = std::exchange(t_creating, this);
+  const HWND hwnd = CreateDialogIndirectParamW(thisModule(), layout, owner, &Window::dialogProc, 0);
+  t_creating = outer;
+  finishCreate(hwnd, u"CreateDialogIndirectParam");
+}
+
+const DLGTEMPLATE* dialogLayout(int id, LANGID language) {
+  HMODULE module = thisModule();
+  HRSRC found = FindResourceExW(module, MAKEINTRESOURCEW(5) /* RT_DIALOG */, MAKEINTRESOURCEW(id), language);
+  // A language without its own layout gets the first one there is.
+  if (!found) found = FindResourceW(module, MAKEINTRESOURCEW(id), MAKEINTRESOURCEW(5));
+  if (!found) return nullptr;
+  HGLOBAL loaded = LoadResource(module, found);
+  return loaded ? static_cast<const DLGTEMPLATE*>(LockResource(loaded)) : nullptr;
 }
 
 void Window::subclass(HWND control) {

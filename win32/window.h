@@ -145,6 +145,10 @@ void unregisterWindowClasses();
 // refuses never reach it. Works on our windows and on the system's controls alike.
 void filterChars(HWND control, std::function<bool(char16_t)> accept);
 
+// A dialog layout of this module in a language (the first of that id when the
+// language has none); null when the module has no layout of that id.
+const DLGTEMPLATE* dialogLayout(int id, LANGID language);
+
 // ---- the window base ----------------------------------------------------------------------
 
 // A window class of ours: every one is served by the same window procedure and is
@@ -169,8 +173,9 @@ class Window {
   static Window* from(HWND hwnd);
   // Destroys the window; its last messages run as usual.
   void destroy();
-  // Runs the messages of this thread until this window is gone, with 'owner'
-  // disabled meanwhile (a modal window). A WM_QUIT met on the way is posted again.
+  // Runs the messages of this thread until this window is gone or hidden (as a
+  // modal form's Hide ends its Show), with 'owner' disabled meanwhile. A WM_QUIT
+  // met on the way is posted again.
   void runModal(HWND owner);
 
  protected:
@@ -198,6 +203,10 @@ class Window {
   // Creates a modeless dialog without controls (WM_INITDIALOG builds them); it
   // gets the dialog keys (tab, mnemonics, Enter, Esc) in any message loop.
   void createDialog(DWORD style, DWORD exStyle, HWND owner);
+  // Creates a modeless dialog from a layout of this module's resources: its
+  // controls and captions are the layout's. Raises an Error when the layout is
+  // missing or the system refuses it.
+  void createDialog(const DLGTEMPLATE* layout, HWND owner);
   // Routes the messages of a system control here first.
   void subclass(HWND control);
   // What leaving a message unhandled does.

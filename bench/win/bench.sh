@@ -14,3 +14,13 @@ lumo_bench_build() {
   export WINEPREFIX="${WINEPREFIX:-$root/build/bench-wineprefix}"
   lumo_wine_env
 }
+
+# Wine does not hand the prefix's windows to a window manager: there is none
+# under Xvfb, and Wine waits two seconds for one each time a managed window is
+# hidden or goes, which a timing would take for the program's own. The prefix's
+# processes end here: started without a display, they would keep the windows of
+# the run off the one it starts.
+lumo_bench_unmanaged() {
+  "$LUMO_WINE" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1
+  lumo_wine_wait
+}

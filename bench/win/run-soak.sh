@@ -18,9 +18,6 @@ out="$build/bench/win"
   --resources "$root/devhost/data/resources.tsv"
 export LUMO_DEVHOST_DB="$out/soak.db"
 
-"$LUMO_WINE" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1
-# The prefix's processes end here: started without a display, they would keep
-# the windows of the run off the one below.
-lumo_wine_wait
+lumo_bench_unmanaged
 unset DISPLAY
 exec "$root/scripts/with-xvfb" "$root/scripts/wine-run" "$out/window_soak.exe" "$@"

@@ -1,6 +1,7 @@
 #include "devhost/components/components.h"
 
 #include "devhost/components/component.h"
+#include "devhost/components/gateway_log.h"
 #include "devhost/components/parameter_set.h"
 #include "devhost/components/recordset.h"
 #include "devhost/components/sql_dialect.h"
@@ -343,6 +344,8 @@ class MobileOpen : public Component {
   MobileOpen(ustring progId, DbPtr database, DbError err)
       : Component(std::move(progId), std::move(database), std::move(err)) {
     method(u"SendMessage", Answer::Text, [this](Args& a) { return sendMessage(a); });
+    // The message log: one row per receiver, its delivery as it stands now.
+    method(u"QueryLog", Answer::Recordset, [this](Args& a) { return Variant(queryLog(db(), a)); });
   }
 
  protected:
@@ -464,13 +467,23 @@ class MobileOpen : public Component {
     odbc::Connection& c = db().connection();
     odbc::Transaction t(c);
     c.execute(u"INSERT INTO dh_Outbox (FUserID, FUserName, FTitle, FMsgType, FPropstr, FIsRevertible, FReceivers, "
-              u"FSenderID, FFuncNumber, FProcessID) VALUES (?,?,?,?,?,?,?,?,?,?)",
+              u"FSenderID, FFuncNumber, FProcessID, FMachineName) VALUES (?,?,?,?,?,?,?,?,?,?,?)",
               {sender.id, sender.name, title, msgType.toI4(), propstr, revertible.toI4(), receivers, senderId,
-               funcNumber, static_cast<int32_t>(currentProcessId())});
+               funcNumber, static_cast<int32_t>(currentProcessId()), workstationName()});
     long long id = db().lastInsertId();
-    for (std::size_t k = 0; k < list.size(); ++k)
-      c.execute(u"INSERT INTO dh_OutboxReceiver (FMessageID, FSeq, FReceiver) VALUES (?,?,?)",
-                {static_cast<double>(id), static_cast<int32_t>(k + 1), list[k]});
+    // Each receiver's fate is decided now and reached at the gateway's pace.
+    const bool deliveryFails = db().memberMode(progId(), u"Deliver") == SwitchMode::Raise;
+    const int32_t pace = deliverySeconds(db());
+    for (std::size_t k = 0; k < list.size(); ++k) {
+      const Delivery d = deliveryOf(db(), list[k], deliveryFails);
+      c.execute(u"INSERT INTO dh_OutboxReceiver (FMessageID, FSeq, FReceiver, FOutcome, FReason, FSentAt, FDoneAt) "
+                u"VALUES (?,?,?,?,?,"
+                u" CASE WHEN ? > 0 THEN strftime('%Y-%m-%d %H:%M:%f', 'now', 'localtime', ?) END,"
+                u" CASE WHEN ? > 0 THEN strftime('%Y-%m-%d %H:%M:%f', 'now', 'localtime', ?) END)",
+                {static_cast<double>(id), static_cast<int32_t>(k + 1), list[k], d.outcome,
+                 d.reason.empty() ? Variant::null() : Variant(d.reason), pace,
+                 u"+" + fromUtf8(std::to_string(pace / 2.0)) + u" seconds", pace, u"+" + toText(pace) + u" seconds"});
+    }
     t.commit();
     return toText(id);
   }

@@ -133,7 +133,38 @@ class FieldsObject : public Object {
 
 const char16_t* const kMembers[] = {u"",          u"EOF",         u"BOF",      u"MoveNext",         u"MovePrevious",
                                     u"MoveFirst", u"MoveLast",    u"RecordCount", u"AbsolutePosition", u"State",
-                                    u"Close",     u"Fields",      u"Collect"};
+                                    u"Close",     u"Fields",      u"Collect",     u"GetString"};
+
+}  // namespace
+
+namespace {
+
+// GetString(StringFormat = 2, NumRows = -1, ColumnDelimiter = TAB, RowDelimiter = CR,
+// NullExpr = ""): the rows from the current one on as one text, each value as text,
+// each row followed by the row delimiter; the recordset moves past them.
+Variant getString(RecordsetObject::Data& d, const Args& args) {
+  if (args.size() > 5) throw Error(errnum::WrongArgumentCount);
+  auto given = [&](std::size_t i) {
+    return i < args.size() && !args[i].deref().isMissing() && !args[i].deref().isEmpty();
+  };
+  if (given(0) && args[0].deref().toI4() != 2)
+    throw Error(errnum::InvalidCall, u"GetString: the only string format is adClipString (2)", u"Recordset");
+  long long left = given(1) ? args[1].deref().toI4() : -1;
+  const ustring column = given(2) ? args[2].deref().toString() : ustring(u"\t");
+  const ustring row = given(3) ? args[3].deref().toString() : ustring(u"\r");
+  const ustring null = given(4) ? args[4].deref().toString() : ustring();
+  if (d.bof() || d.eof()) RecordsetObject::Data::noCurrentRecord();
+  ustring out;
+  for (; !d.eof() && left != 0; ++d.pos, --left) {
+    const auto& values = d.r.rows[static_cast<std::size_t>(d.pos)];
+    for (std::size_t k = 0; k < values.size(); ++k) {
+      if (k) out += column;
+      out += values[k].isNull() ? null : values[k].toString();
+    }
+    out += row;
+  }
+  return out;
+}
 
 }  // namespace
 
@@ -175,6 +206,7 @@ Variant RecordsetObject::invoke(const ustring& name, InvokeKind kind, Args& args
     if (args.size() != 1) throw Error(errnum::WrongArgumentCount);
     return d.value(d.fieldIndex(args[0]));
   }
+  if (equalsNoCase(name, u"GetString")) return getString(d, args);
   noArgs(args);
   if (equalsNoCase(name, u"EOF")) return d.eof();
   if (equalsNoCase(name, u"BOF")) return d.bof();

@@ -2,8 +2,10 @@
 //
 //   lumo-dbgen --out FILE [--size demo|large|N|N-employees] [--resources FILE | --no-resources]
 //
-// The data is a pure function of the arguments (fixed seeds, no clock, no
-// environment), so two runs with the same inputs give the same database.
+// The data is a pure function of the arguments (fixed seeds, no environment), so
+// two runs with the same inputs give the same database. The one use of the clock:
+// the SMS gateway's month of history ends at --now, by default the moment the
+// database is made, so that a new demo shows recent messages.
 // "demo" is a small hand-written company that reaches every branch the add-in's
 // windows have; the numeric sizes are generated and meant for benchmarks.
 #include <sqlite3.h>
@@ -13,6 +15,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <optional>
@@ -127,7 +131,7 @@ constexpr long long kAllMobileRights =
     0x1 | 0x2 | 0x10 | 0x40 | 0x10000 | 0x20000 | 0x100000 | 0x200000 | 0x400000 | 0x1000000;
 
 struct Counts {
-  long long departments = 0, employees = 0, users = 0, groups = 0, memberships = 0, resources = 0;
+  long long departments = 0, employees = 0, users = 0, groups = 0, memberships = 0, resources = 0, logReceivers = 0;
 };
 
 void addDepartment(Inserts& in, Counts& c, long long id, const std::string& number, const char* name) {
@@ -435,6 +439,155 @@ void generateSized(Inserts& in, Counts& c, long long employees) {
 }
 
 // ---------------------------------------------------------------------------
+// The SMS gateway's history: a month of messages up to --now, one receiver row
+// per receiver with its delivery as the gateway decided it. The last hour's
+// receivers are still on their way (waiting or sent) when the database is made.
+
+// Seconds since 1970-01-01 of a naive "YYYY-MM-DD HH:MM:SS" (no time zone), and back.
+long long secondsOf(const std::string& text) {
+  int y = 0, mo = 0, d = 0, h = 0, mi = 0, se = 0;
+  if (std::sscanf(text.c_str(), "%d-%d-%d %d:%d:%d", &y, &mo, &d, &h, &mi, &se) != 6 || mo < 1 || mo > 12 || d < 1 ||
+      d > 31 || h > 23 || mi > 59 || se > 59)
+    throw Failure("--now must be 'YYYY-MM-DD HH:MM:SS', not '" + text + "'");
+  y -= mo <= 2;
+  const long long era = (y >= 0 ? y : y - 399) / 400;
+  const long long yoe = y - era * 400;
+  const long long doy = (153 * (mo + (mo > 2 ? -3 : 9)) + 2) / 5 + d - 1;
+  const long long doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+  return (era * 146097 + doe - 719468) * 86400 + h * 3600 + mi * 60 + se;
+}
+
+std::string timeOf(long long secs, int millis = 0) {
+  long long days = secs >= 0 ? secs / 86400 : (secs - 86399) / 86400;
+  long long rest = secs - days * 86400;
+  long long z = days + 719468;
+  const long long era = (z >= 0 ? z : z - 146096) / 146097;
+  const long long doe = z - era * 146097;
+  const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  long long y = yoe + era * 400;
+  const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  const long long mp = (5 * doy + 2) / 153;
+  const long long d = doy - (153 * mp + 2) / 5 + 1;
+  const long long m = mp < 10 ? mp + 3 : mp - 9;
+  if (m <= 2) ++y;
+  char buf[96];
+  std::snprintf(buf, sizeof buf, "%04lld-%02lld-%02lld %02lld:%02lld:%02lld.%03d", y, m, d, rest / 3600, rest / 60 % 60,
+                rest % 60, millis);
+  return buf;
+}
+
+std::string localNow() {
+  std::time_t t = std::time(nullptr);
+  std::tm tm{};
+  localtime_r(&t, &tm);
+  char buf[32];
+  std::strftime(buf, sizeof buf, "%Y-%m-%d %H:%M:%S", &tm);
+  return buf;
+}
+
+// Rows of a query, every column as text ("" for NULL).
+std::vector<std::vector<std::string>> selectAll(Db& db, const char* sql) {
+  sqlite3_stmt* st = nullptr;
+  if (sqlite3_prepare_v2(db.get(), sql, -1, &st, nullptr) != SQLITE_OK)
+    throw Failure(std::string("prepare failed: ") + sqlite3_errmsg(db.get()));
+  std::vector<std::vector<std::string>> rows;
+  while (sqlite3_step(st) == SQLITE_ROW) {
+    std::vector<std::string> row;
+    for (int c = 0; c < sqlite3_column_count(st); ++c) {
+      const unsigned char* v = sqlite3_column_text(st, c);
+      row.emplace_back(v ? reinterpret_cast<const char*>(v) : "");
+    }
+    rows.push_back(std::move(row));
+  }
+  sqlite3_finalize(st);
+  return rows;
+}
+
+const char* const kMessageTexts[] = {
+    "请于今天下午三点到三楼会议室参加月度例会", "您有一张采购订单待审批，请及时处理", "本周五下午系统升级，期间暂停使用",
+    "请在月底前提交本月报销单据", "仓库盘点定于明天上午九点开始", "客户回访记录请于今日内录入系统",
+    "Meeting moved to 10:00 tomorrow, room 301", "新版考勤制度自下月一日起执行，请查阅附件",
+};
+// Numbers the operator does not know, and numbers it refuses.
+const char* const kUnknownNumbers[] = {"10086", "1234567", "95588", "12345678901"};
+const char* const kBlockedNumbers[] = {"13900000000", "13800138000", "15000000001"};
+
+long long generateHistory(Db& db, long long messages, int maxReceivers, const std::string& now, uint64_t seed) {
+  Rng r(seed);
+  const auto senders = selectAll(db,
+                                 "SELECT u.FUserID, u.FName, e.FName, IFNULL(e.FMobilePhone,'') FROM t_User u JOIN t_Emp e "
+                                 "ON e.FItemID = u.FEmpID WHERE u.FUserID BETWEEN 16384 AND 32767 AND u.FForbidden = 0 "
+                                 "ORDER BY u.FUserID");
+  const auto numbers = selectAll(
+      db, "SELECT FMobilePhone FROM t_Emp WHERE length(FMobilePhone) = 11 AND FMobilePhone NOT GLOB '*[^0-9]*' "
+          "ORDER BY FItemID");
+  if (senders.empty() || numbers.empty() || messages <= 0) return 0;
+  Insert block(db, "INSERT OR IGNORE INTO dh_BlockList (FNumber) VALUES (?)");
+  for (const char* n : kBlockedNumbers) block.t(n).run();
+  Insert outbox(db,
+                "INSERT INTO dh_Outbox (FMessageID, FTime, FUserID, FUserName, FTitle, FMsgType, FPropstr, FIsRevertible, "
+                "FReceivers, FSenderID, FFuncNumber, FProcessID, FMachineName) VALUES (?,?,?,?,?,0,'',0,?,?,'YDSW',0,?)");
+  Insert receiver(db,
+                  "INSERT INTO dh_OutboxReceiver (FMessageID, FSeq, FReceiver, FOutcome, FReason, FSentAt, FDoneAt) "
+                  "VALUES (?,?,?,?,?,?,?)");
+  const long long end = secondsOf(now), month = 30LL * 86400;
+  long long rows = 0;
+  for (long long m = 0; m < messages; ++m) {
+    // Oldest first, spread over the month; the last ten in the last hour, five
+    // minutes apart, the newest a minute ago.
+    const long long fromEnd = messages - 1 - m;
+    const long long older = std::max(1LL, messages - 10);
+    const long long at = fromEnd < 10 ? end - 60 - fromEnd * 300
+                                      : end - 3600 - (fromEnd - 10) * (month - 3600) / older;
+    const auto& sender = senders[static_cast<std::size_t>(r.below(senders.size()))];
+    const int count = 1 + static_cast<int>(r.below(static_cast<uint64_t>(maxReceivers)));
+    std::vector<std::string> list;
+    for (int k = 0; k < count; ++k) {
+      unsigned roll = static_cast<unsigned>(r.below(1000));
+      if (roll < 60)
+        list.push_back(pick(r, kUnknownNumbers));
+      else if (roll < 90)
+        list.push_back(pick(r, kBlockedNumbers));
+      else
+        list.push_back(numbers[static_cast<std::size_t>(r.below(numbers.size()))][0]);
+    }
+    std::string joined;
+    for (const auto& n : list) joined += (joined.empty() ? "" : ",") + n;
+    const std::string title = std::string(pick(r, kMessageTexts)) + "--" + sender[2];
+    outbox.i(m + 1).t(timeOf(at, static_cast<int>(r.below(1000)))).i(std::stoll(sender[0])).t(sender[1]).t(title)
+        .t(joined).t(sender[3]).t(m % 3 == 0 ? "OFFICE-PC" : "FRONTDESK-PC").run();
+    // Within the last hour the operator has not answered for everyone yet.
+    const bool recent = end - at < 3600;
+    for (int k = 0; k < count; ++k) {
+      const std::string& n = list[static_cast<std::size_t>(k)];
+      int outcome = 2;
+      const char* reason = nullptr;
+      if (n.size() != 11 || n[0] != '1' || n[1] < '3') {
+        outcome = 3;
+        reason = "号码不存在";
+      } else if (std::find(std::begin(kBlockedNumbers), std::end(kBlockedNumbers), n) != std::end(kBlockedNumbers)) {
+        outcome = 3;
+        reason = "号码在黑名单中";
+      } else if (r.chance(25)) {
+        outcome = 3;
+        reason = "运营商投递失败";
+      }
+      receiver.i(m + 1).i(k + 1).t(n).i(outcome).t(reason);
+      if (recent) {
+        // Sent in a few minutes' time, done later still.
+        const long long sent = end + static_cast<long long>(r.below(600)) - 300;
+        receiver.t(timeOf(sent)).t(timeOf(sent + 600 + static_cast<long long>(r.below(1800))));
+      } else {
+        receiver.null().null();
+      }
+      receiver.run();
+      ++rows;
+    }
+  }
+  return rows;
+}
+
+// ---------------------------------------------------------------------------
 // Resources: key<TAB>en<TAB>cht, one row per simplified-Chinese text.
 
 std::vector<std::string> splitTabs(const std::string& line) {
@@ -502,13 +655,14 @@ struct Options {
   std::string resources;
   bool noResources = false;
   bool quiet = false;
+  std::string now;  // the end of the message history; the clock when not given
 };
 
 [[noreturn]] void usage(const char* why) {
   std::fprintf(stderr,
                "lumo-dbgen: %s\n"
                "usage: lumo-dbgen --out FILE [--size demo|large|N|N-employees] [--resources FILE | --no-resources] "
-               "[--quiet]\n",
+               "[--now 'YYYY-MM-DD HH:MM:SS'] [--quiet]\n",
                why);
   std::exit(2);
 }
@@ -551,6 +705,8 @@ int main(int argc, char** argv) {
       o.noResources = true;
     else if (a == "--quiet")
       o.quiet = true;
+    else if (a == "--now")
+      o.now = value();
     else if (a == "--help" || a == "-h")
       usage("writes the development host's demo database");
     else
@@ -587,6 +743,12 @@ int main(int argc, char** argv) {
           generateSized(in, c, employees);
         if (!o.resources.empty()) resources = loadResources(in, o.resources);
       }
+      // The demo: a few hundred messages; the large database a million receivers.
+      const std::string now = o.now.empty() ? localNow() : o.now;
+      if (employees == 0)
+        c.logReceivers = generateHistory(db, 300, 5, now, 0x4C756D6F4C4F4731ull);
+      else
+        c.logReceivers = generateHistory(db, employees * 2, 9, now, 0x4C756D6F4C4F4732ull ^ static_cast<uint64_t>(employees));
       db.exec("COMMIT");
       db.exec("PRAGMA journal_mode=DELETE;");
     }
@@ -594,9 +756,10 @@ int main(int argc, char** argv) {
     if (std::rename(tmp.c_str(), o.out.c_str()) != 0) throw Failure("cannot rename " + tmp + " to " + o.out);
     double secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     if (!o.quiet)
-      std::printf("%s: %lld departments, %lld employees, %lld users, %lld groups, %lld memberships, %lld resource rows"
-                  " in %.2f s\n",
-                  o.out.c_str(), c.departments, c.employees, c.users, c.groups, c.memberships, resources, secs);
+      std::printf("%s: %lld departments, %lld employees, %lld users, %lld groups, %lld memberships, %lld resource rows,"
+                  " %lld log receivers in %.2f s\n",
+                  o.out.c_str(), c.departments, c.employees, c.users, c.groups, c.memberships, resources, c.logReceivers,
+                  secs);
   } catch (const std::exception& e) {
     removeFiles(tmp);
     std::fprintf(stderr, "lumo-dbgen: %s\n", e.what());

@@ -35,6 +35,7 @@ CREATE TABLE t_Emp (
 );
 CREATE INDEX ix_t_Emp_Department ON t_Emp (FDepartmentID, FNumber);
 CREATE INDEX ix_t_Emp_Number ON t_Emp (FNumber);
+CREATE INDEX ix_t_Emp_Mobile ON t_Emp (FMobilePhone);
 
 -- Users and user groups share this table; a group is a row of its own.
 -- Ordinary users have ids 16384 to 32767.
@@ -149,12 +150,33 @@ CREATE TABLE dh_Outbox (
   FReceivers    TEXT,
   FSenderID     VARCHAR(80),
   FFuncNumber   VARCHAR(80),
-  FProcessID    INTEGER
+  FProcessID    INTEGER,
+  FMachineName  VARCHAR(255)
 );
+CREATE INDEX ix_dh_Outbox_Time ON dh_Outbox (FTime);
 
+-- Each receiver's delivery, decided when the gateway accepts the message and
+-- reached as time goes by: waiting until FSentAt, sent until FDoneAt, then
+-- FOutcome (2 delivered, 3 failed with FReason). The pace is dh_Setting's
+-- 'DeliverySeconds' (0: at once).
 CREATE TABLE dh_OutboxReceiver (
   FMessageID INTEGER NOT NULL,
   FSeq       INTEGER NOT NULL,
   FReceiver  VARCHAR(80) NOT NULL,
+  FOutcome   INTEGER NOT NULL DEFAULT 2 CHECK (FOutcome IN (2, 3)),
+  FReason    VARCHAR(255),
+  FSentAt    VARCHAR(32),
+  FDoneAt    VARCHAR(32),
   PRIMARY KEY (FMessageID, FSeq)
+);
+
+-- Numbers the operator refuses to deliver to.
+CREATE TABLE dh_BlockList (
+  FNumber VARCHAR(80) NOT NULL PRIMARY KEY
+);
+
+-- Settings of the development host's gateway (name, value).
+CREATE TABLE dh_Setting (
+  FName  VARCHAR(80) NOT NULL PRIMARY KEY,
+  FValue VARCHAR(255)
 );

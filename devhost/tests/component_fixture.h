@@ -35,7 +35,11 @@ class DevHost : public ::testing::Test {
 
   // The rows of GetData, each row its fields' values read through Fields(i).Value.
   std::vector<std::vector<Variant>> getData(const ustring& sql, std::vector<ustring>* names = nullptr) {
-    ObjectPtr rs = create(u"LumoMSmsManager.clsBillUseInfo")->call(u"GetData", {props_, sql}).toObject();
+    return readAll(create(u"LumoMSmsManager.clsBillUseInfo")->call(u"GetData", {props_, sql}).toObject(), names);
+  }
+
+  // Every row of a recordset, each row its fields' values read through Fields(i).Value.
+  static std::vector<std::vector<Variant>> readAll(const ObjectPtr& rs, std::vector<ustring>* names = nullptr) {
     ObjectPtr fields = rs->get(u"Fields").toObject();
     int32_t n = fields->get(u"Count").toI4();
     if (names) {

@@ -19,23 +19,56 @@ TEST(DbGen, DemoGeneratedTwiceGivesTheSameDump) {
   auto dir = test::scratchDir();
   std::string a = (dir / "a.db").string(), b = (dir / "b.db").string();
   std::string res = test::writeTestResources(dir);
-  ASSERT_EQ(runGenerator("--out " + a + " --resources " + res), 0);
-  ASSERT_EQ(runGenerator("--out " + b + " --size demo --resources " + res), 0);
+  const std::string now = " --now '2026-11-25 10:00:00'";
+  ASSERT_EQ(runGenerator("--out " + a + " --resources " + res + now), 0);
+  ASSERT_EQ(runGenerator("--out " + b + " --size demo --resources " + res + now), 0);
   std::string da = dump(a);
   ASSERT_GT(da.size(), 5000u);
   EXPECT_NE(da.find("总经理办公室"), std::string::npos);
   EXPECT_EQ(da, dump(b));
   // And a different input gives a different database.
-  ASSERT_EQ(runGenerator("--out " + b + " --no-resources"), 0);
+  ASSERT_EQ(runGenerator("--out " + b + " --no-resources" + now), 0);
   EXPECT_NE(da, dump(b));
+  // The history ends where it is told to.
+  ASSERT_EQ(runGenerator("--out " + b + " --resources " + res + " --now '2026-11-26 10:00:00'"), 0);
+  EXPECT_NE(da, dump(b));
+}
+
+TEST(DbGen, DemoHasAMonthOfMessagesWithEveryOutcome) {
+  auto dir = test::scratchDir();
+  std::string a = (dir / "a.db").string();
+  ASSERT_EQ(runGenerator("--out " + a + " --no-resources --now '2026-11-25 10:00:00'"), 0);
+  auto db = test::openDb(a);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM dh_Outbox"), 300);
+  EXPECT_GE(countIn(*db, u"SELECT COUNT(*) FROM dh_OutboxReceiver"), 300);
+  EXPECT_EQ(db->scalar(u"SELECT MAX(FTime) < '2026-11-25 10:00:00' AND MAX(FTime) > '2026-11-25 09:58:00' FROM dh_Outbox")
+                .toI4(),
+            1);
+  EXPECT_EQ(db->scalar(u"SELECT MIN(FTime) >= '2026-10-26 10:00:00' FROM dh_Outbox").toI4(), 1);
+  for (const char16_t* reason : {u"号码不存在", u"号码在黑名单中", u"运营商投递失败"})
+    EXPECT_GT(db->scalar(u"SELECT COUNT(*) FROM dh_OutboxReceiver WHERE FOutcome=3 AND FReason=?", {reason}).toI4(), 0)
+        << toUtf8(reason);
+  EXPECT_GT(countIn(*db, u"SELECT COUNT(*) FROM dh_OutboxReceiver WHERE FOutcome=2"), 0);
+  // The last hour is still on its way: some receivers not yet sent, some not yet done.
+  EXPECT_GT(countIn(*db, u"SELECT COUNT(*) FROM dh_OutboxReceiver WHERE FSentAt > '2026-11-25 10:00:00'"), 0);
+  EXPECT_GT(countIn(*db, u"SELECT COUNT(*) FROM dh_OutboxReceiver WHERE FDoneAt > '2026-11-25 10:00:00'"), 0);
+  // Every sender is a user of the demo company, the text signed with the employee's name.
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM dh_Outbox o LEFT JOIN t_User u ON u.FUserID=o.FUserID "
+                         u"WHERE u.FUserID IS NULL OR o.FTitle NOT LIKE '%--%'"),
+            0);
+}
+
+TEST(DbGen, ABadNowIsRefused) {
+  auto dir = test::scratchDir();
+  EXPECT_NE(runGenerator("--out " + (dir / "a.db").string() + " --now 'yesterday'"), 0);
 }
 
 TEST(DbGen, SizedGenerationIsDeterministicAndScales) {
   auto dir = test::scratchDir();
   std::string a = (dir / "a.db").string(), b = (dir / "b.db").string(), c = (dir / "c.db").string();
-  ASSERT_EQ(runGenerator("--out " + a + " --size 3000 --no-resources"), 0);
-  ASSERT_EQ(runGenerator("--out " + b + " --size 3000-employees --no-resources"), 0);
-  ASSERT_EQ(runGenerator("--out " + c + " --size 3001 --no-resources"), 0);
+  ASSERT_EQ(runGenerator("--out " + a + " --size 3000 --no-resources --now '2026-11-25 10:00:00'"), 0);
+  ASSERT_EQ(runGenerator("--out " + b + " --size 3000-employees --no-resources --now '2026-11-25 10:00:00'"), 0);
+  ASSERT_EQ(runGenerator("--out " + c + " --size 3001 --no-resources --now '2026-11-25 10:00:00'"), 0);
   std::string da = dump(a);
   EXPECT_EQ(da, dump(b));
   EXPECT_NE(da, dump(c));
@@ -57,6 +90,9 @@ TEST(DbGen, LargeDatabaseHasTheBenchmarkSizesAndIsQuick) {
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_Department"), 2000);
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_User WHERE FUserID BETWEEN 16384 AND 32767"), 16384);
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_User WHERE FUserType=2"), 1000);
+  const int32_t receivers = countIn(*db, u"SELECT COUNT(*) FROM dh_OutboxReceiver");
+  EXPECT_GT(receivers, 950000);
+  EXPECT_LT(receivers, 1050000);
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(DISTINCT FGroupID) FROM t_Group"), 1000);
   EXPECT_GT(countIn(*db, u"SELECT COUNT(*) FROM t_Emp WHERE FDepartmentID IS NULL"), 0);
   EXPECT_GT(countIn(*db, u"SELECT COUNT(*) FROM t_Item WHERE FDeleted=1"), 0);

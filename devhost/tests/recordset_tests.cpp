@@ -40,6 +40,19 @@ TEST(Recordset, ReadsRowsInOrderUntilEof) {
   EXPECT_EQ(errorOf([&] { value(rs, u"FName"); }), adoerr::NoCurrentRecord);
 }
 
+TEST(Recordset, GetStringGivesTheRowsAsOneTextAndMovesPastThem) {
+  ObjectPtr rs = twoRows();
+  // The defaults: tab between values, CR after each row, Null as nothing.
+  EXPECT_EQ(rs->call(u"GetString"), Variant(u"1\t张伟\t\r2\t刘芳\t13801020004\r"));
+  EXPECT_TRUE(rs->get(u"EOF").toBool());
+  EXPECT_EQ(errorOf([&] { rs->call(u"GetString"); }), adoerr::NoCurrentRecord);
+  rs->call(u"MoveFirst");
+  EXPECT_EQ(rs->call(u"GetString", {int32_t(2), int32_t(1), ustring(u"|"), ustring(u";"), ustring(u"(null)")}),
+            Variant(u"1|张伟|(null);"));
+  EXPECT_EQ(value(rs, u"FName"), Variant(u"刘芳"));
+  EXPECT_EQ(errorOf([&] { rs->call(u"GetString", {int32_t(3)}); }), errnum::InvalidCall);
+}
+
 TEST(Recordset, FieldsHaveNamesCountAndValueAsDefaultMember) {
   ObjectPtr rs = twoRows();
   ObjectPtr fields = rs->get(u"Fields").toObject();

@@ -7,6 +7,7 @@
 
 #include "automation/object.h"
 #include "devhost/components/components.h"
+#include "devhost/components/gateway_log.h"
 #include "devhost/components/hostdb.h"
 #include "devhost/tests/component_fixture.h"
 #include "devhost/tests/support.h"
@@ -73,6 +74,13 @@ class ScriptDictionary : public Object {
 
 class SmsHost : public DevHost {
  protected:
+  // The gateway's tests start from an empty outbox: the demo's month of history
+  // would hide what one send did.
+  void SetUp() override {
+    DevHost::SetUp();
+    db_->execute(u"DELETE FROM dh_OutboxReceiver");
+    db_->execute(u"DELETE FROM dh_Outbox");
+  }
   ustring sessionOf(int32_t userId) {
     return u"UserName=x;UserID=" + toText(userId) + u";DBMS Name=SQLite;Language=chs";
   }
@@ -413,6 +421,161 @@ TEST_F(SmsHost, SendMessageIsJournalledWithItsParametersInOrder) {
   // Something that is no parameter set is journalled in its short form.
   refused(int32_t(5), nullptr);
   EXPECT_EQ(u8(lastJournal().arguments), "5");
+}
+
+// --- delivery and the message log -------------------------------------------------
+
+class GatewayLog : public SmsHost {
+ protected:
+  struct Conditions {
+    int16_t status = -1;
+    ustring sendNumber, account;
+    Variant from = Variant::null(), to = Variant::null();
+    bool ascending = true;
+    ustring workstation;
+  };
+  std::vector<std::vector<Variant>> queryLog(const Conditions& c, std::vector<ustring>* names = nullptr) {
+    return readAll(create(u"VtMobileOpen.MobileOpen")
+                       ->call(u"QueryLog", {props_, c.status, c.sendNumber, c.account, c.from, c.to, c.ascending,
+                                            c.workstation})
+                       .toObject(),
+                   names);
+  }
+  // receiver -> "status|reason|name" of every row, in order.
+  std::vector<std::string> outcomes(const Conditions& c) {
+    std::vector<std::string> out;
+    for (const auto& r : queryLog(c))
+      out.push_back(u8(r[2].toString()) + "=" + std::to_string(r[5].toI4()) + "|" +
+                    (r[6].isNull() ? std::string("-") : u8(r[6].toString())) + "|" +
+                    (r[3].isNull() ? std::string("-") : u8(r[3].toString())));
+    return out;
+  }
+};
+
+TEST_F(GatewayLog, EachReceiverIsDeliveredOrFailsWithTheOperatorsReason) {
+  db_->execute(u"INSERT INTO dh_BlockList (FNumber) VALUES ('13901010002')");
+  send(message(u"会议--张伟", u"13901010001,13901010002,10086"));
+  std::vector<ustring> names;
+  queryLog({}, &names);
+  EXPECT_EQ(names, (std::vector<ustring>{u"FTime", u"FUserName", u"FReceiver", u"FEmpName", u"FTitle", u"FStatus",
+                                         u"FReason", u"FMessageID"}));
+  const auto rows = outcomes({});
+  ASSERT_EQ(rows.size(), 3u);
+  EXPECT_EQ(rows[0].substr(0, rows[0].find('|', rows[0].find('|') + 1)), "13901010001=2|-");
+  EXPECT_EQ(rows[1].substr(0, rows[1].find('|', rows[1].find('|') + 1)), "13901010002=3|号码在黑名单中");
+  EXPECT_EQ(rows[2], "10086=3|号码不存在|-");
+}
+
+TEST_F(GatewayLog, TheReceiverNameIsTheEmployeeHoldingTheNumber) {
+  odbc::Result e = db_->query(
+      u"SELECT e.FName, e.FMobilePhone FROM t_Emp e JOIN t_Item i ON i.FItemID=e.FItemID AND i.FDeleted=0 "
+      u"WHERE length(e.FMobilePhone)=11 ORDER BY e.FItemID LIMIT 1");
+  ASSERT_EQ(e.rows.size(), 1u);
+  send(message(u"hello--张伟", e.rows[0][1].toString()));
+  const auto rows = queryLog({});
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0][3], e.rows[0][0]);
+  EXPECT_EQ(rows[0][4], Variant(u"hello--张伟"));
+  EXPECT_EQ(rows[0][1].toString(), u"张伟");
+}
+
+TEST_F(GatewayLog, AtTheGatewaysPaceAReceiverWaitsFirst) {
+  db_->execute(u"INSERT INTO dh_Setting (FName, FValue) VALUES ('DeliverySeconds', '3600')");
+  send(message(u"稍后--张伟", u"13901010001,10086"));
+  const auto waiting = queryLog({});
+  ASSERT_EQ(waiting.size(), 2u);
+  EXPECT_EQ(waiting[0][5].toI4(), 0);
+  EXPECT_EQ(waiting[1][5].toI4(), 0);
+  EXPECT_TRUE(waiting[1][6].isNull());  // no reason before the operator answers
+  // Half-way the message is sent; at the end the operator's answer is in.
+  db_->execute(u"UPDATE dh_OutboxReceiver SET FSentAt = '2000-01-01 00:00:00.000'");
+  EXPECT_EQ(queryLog({})[1][5].toI4(), 1);
+  db_->execute(u"UPDATE dh_OutboxReceiver SET FDoneAt = '2000-01-01 00:00:00.000'");
+  EXPECT_EQ(queryLog({})[1][5].toI4(), 3);
+  EXPECT_EQ(queryLog({})[1][6], Variant(u"号码不存在"));
+}
+
+TEST_F(GatewayLog, TheDeliverySwitchFailsReceiversButTheMessageIsAccepted) {
+  setSwitch(u"VtMobileOpen.MobileOpen", u"Deliver", u"raise");
+  EXPECT_FALSE(send(message(u"x--张伟", u"13901010001")).toString().empty());
+  const auto rows = queryLog({});
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0][5].toI4(), 3);
+  EXPECT_EQ(rows[0][6], Variant(u"运营商投递失败"));
+}
+
+TEST_F(GatewayLog, ConditionsNarrowTheRows) {
+  send(message(u"一--张伟", u"13901010001,10086"));
+  auto second = message(u"二--张伟", u"13901010003");
+  second->set(u"senderid", ustring(u"13700000000"));
+  send(second);
+  Conditions failed;
+  failed.status = 3;
+  EXPECT_EQ(queryLog(failed).size(), 1u);
+  Conditions delivered;
+  delivered.status = 2;
+  EXPECT_EQ(queryLog(delivered).size(), 2u);
+  Conditions bySender;
+  bySender.sendNumber = u"13700000000";
+  ASSERT_EQ(queryLog(bySender).size(), 1u);
+  EXPECT_EQ(queryLog(bySender)[0][4], Variant(u"二--张伟"));
+  Conditions byOther;
+  byOther.account = u"李娜";
+  EXPECT_EQ(queryLog(byOther).size(), 0u);
+  Conditions byMe;
+  byMe.account = u"张伟";
+  EXPECT_EQ(queryLog(byMe).size(), 3u);
+  // Newest first when not ascending.
+  Conditions descending;
+  descending.ascending = false;
+  EXPECT_EQ(queryLog(descending)[0][4], Variant(u"二--张伟"));
+  // The last message of this workstation only.
+  Conditions last;
+  last.workstation = workstationName();
+  EXPECT_EQ(queryLog(last).size(), 1u);
+  last.workstation = u"ANOTHER-PC";
+  EXPECT_EQ(queryLog(last).size(), 0u);
+}
+
+TEST_F(GatewayLog, TheTimeRangeHoldsBothEnds) {
+  send(message(u"一--张伟", u"13901010001"));
+  db_->execute(u"UPDATE dh_Outbox SET FTime = '2026-11-25 10:00:00.250'");
+  // 46351 is 2026-11-25.
+  EXPECT_EQ(u8(timeText(46351.0 + 10.0 / 24)), "2026-11-25 10:00:00.000");
+  Conditions c;
+  c.from = Variant::date(46351.0 + 10.0 / 24);
+  c.to = Variant::date(46351.0 + 10.0 / 24);
+  EXPECT_EQ(queryLog(c).size(), 1u);
+  c.from = Variant::date(46351.0 + 10.0 / 24 + 1.0 / 86400);
+  c.to = Variant::date(46352.0);
+  EXPECT_EQ(queryLog(c).size(), 0u);
+  c.from = Variant::date(46350.0);
+  c.to = Variant::date(46351.0 + 9.0 / 24);
+  EXPECT_EQ(queryLog(c).size(), 0u);
+}
+
+TEST_F(GatewayLog, BadConditionsAreRefusedNamingTheProblem) {
+  ObjectPtr gw = create(u"VtMobileOpen.MobileOpen");
+  ustring d;
+  EXPECT_EQ(errorOf([&] { gw->call(u"QueryLog", {props_, int16_t(-1)}); }, &d), hosterr::BadArgument);
+  EXPECT_NE(d.find(u"expects 8 arguments"), ustring::npos) << u8(d);
+  EXPECT_EQ(errorOf([&] {
+              gw->call(u"QueryLog", {props_, int16_t(7), u"", u"", Variant::null(), Variant::null(), true, u""});
+            }, &d),
+            hosterr::BadArgument);
+  EXPECT_NE(d.find(u"status"), ustring::npos) << u8(d);
+  EXPECT_EQ(errorOf([&] {
+              gw->call(u"QueryLog", {props_, int16_t(-1), u"", u"", u"2026-01-01", Variant::null(), true, u""});
+            }, &d),
+            hosterr::BadArgument);
+  EXPECT_NE(d.find(u"a date or Null"), ustring::npos) << u8(d);
+}
+
+TEST_F(GatewayLog, AQuoteInAConditionIsAValueNotSql) {
+  send(message(u"一--张伟", u"13901010001"));
+  Conditions c;
+  c.account = u"x' OR '1'='1";
+  EXPECT_EQ(queryLog(c).size(), 0u);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@ namespace {
 struct WindowLog {
   int made = 0, checked = 0, released = 0;
   std::vector<bool> shown;  // the 'modal' of each show
+  std::vector<ustring> prefilled;
 };
 
 class RecordingWindow : public CommandWindow {
@@ -22,6 +23,9 @@ class RecordingWindow : public CommandWindow {
   void show(bool modal) override {
     if (showRaises) throw Error(7, u"out of memory");
     log_.shown.push_back(modal);
+  }
+  void prefill(const ustring& receivers, const ustring& message) override {
+    log_.prefilled.push_back(receivers + u"|" + message + (log_.shown.empty() ? u"|before show" : u"|after show"));
   }
   bool checkRaises = false, showRaises = false;
 
@@ -109,6 +113,21 @@ TEST_F(Commands, EachCommandAsksTheFactoryForItsOwnWindow) {
                          Command::SmsManager,    Command::UserSms,      Command::ShowSmsLog};
   for (Command c : all) runCommand(c, windows(true));
   EXPECT_EQ(factory.asked, std::vector<Command>(std::begin(all), std::end(all)));
+}
+
+TEST_F(Commands, APreparedWindowIsFilledAfterTheCheckAndBeforeItShows) {
+  runCommand(Command::SendSms, windows(true), [](CommandWindow& w) { w.prefill(u"13800000001", u"hello"); });
+  EXPECT_EQ(log.checked, 1);
+  EXPECT_EQ(log.prefilled, std::vector<ustring>{u"13800000001|hello|before show"});
+  EXPECT_EQ(log.shown, std::vector<bool>{false});
+}
+
+TEST_F(Commands, AnUnboundUserIsRefusedBeforeAnythingIsPrepared) {
+  runCommand(Command::SendSms, windows(false), [](CommandWindow& w) { w.prefill(u"13800000001", u"hello"); });
+  EXPECT_TRUE(log.prefilled.empty());
+  EXPECT_TRUE(log.shown.empty());
+  ASSERT_EQ(fake.messageBoxes.size(), 1u);
+  EXPECT_EQ(fake.messageBoxes[0].prompt, u"该用户没有关联职员，不能发送短信");
 }
 
 TEST_F(Commands, UnboundUserIsToldWhyAndGetsNoWindow) {

@@ -35,7 +35,7 @@ std::vector<uint8_t> randomInput(std::mt19937& rng) {
       "=", ";", "{", "}", " ", "  ", "A", "a", "B", "Name", "UserName", "UserID", "Language", "LANGUAGE",
       "chs", "en", "cht", "DBMS Name", "ConnectString", "1", "32767", "32768", "-32768", "&H", "1.5", "abc",
       "^|^", "~$~", "^|", "~$", "%", "%1", "%2", "%10", "%0", "\x01", "\x01", "\x01", "张三", "保存", "\xff",
-      "\t", "\xe4\xb8"};
+      "\t", "\xe4\xb8", "\x1f\x1d\x1f", "\x1e\x1d\x1e", "\x1f", "\x1d", "\x1e"};
   std::vector<uint8_t> out;
   out.push_back(static_cast<uint8_t>(rng() & 0xFF));
   const unsigned count = rng() % 24;
@@ -84,7 +84,22 @@ TEST(FuzzReplay, RandomLanguageTextsKeepTheirInvariants) {
   replayRandomInputs(lumo::fuzz::languageTextsEntry, randomInput, 7u);
 }
 
+TEST(FuzzReplay, BulkRowSeedsKeepTheirInvariants) {
+  int seen = 0;
+  for (const Seed& s : seeds()) {
+    if (targetOf(s) != "bulk_rows_fuzzer") continue;
+    ++seen;
+    EXPECT_EQ(lumo::fuzz::bulkRowsEntry(s.bytes.data(), s.bytes.size()), "") << s.name;
+  }
+  EXPECT_GE(seen, 5);
+}
+
+TEST(FuzzReplay, RandomBulkRowsKeepTheirInvariants) {
+  replayRandomInputs(lumo::fuzz::bulkRowsEntry, randomInput, 31u);
+}
+
 TEST(FuzzReplay, EmptyInputIsHandled) {
   EXPECT_EQ(lumo::fuzz::sessionStringEntry(nullptr, 0), "");
   EXPECT_EQ(lumo::fuzz::languageTextsEntry(nullptr, 0), "");
+  EXPECT_EQ(lumo::fuzz::bulkRowsEntry(nullptr, 0), "");
 }

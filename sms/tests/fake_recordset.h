@@ -72,6 +72,25 @@ inline ObjectPtr makeRecordset(FakeTable table, std::size_t failAtRow = std::num
     return Variant();
   });
   rs->on(u"Fields", [fields](InvokeKind, Args&) { return Variant(ObjectPtr(fields)); });
+  // The bulk read: GetString(2, rows, column separator, row separator, null text).
+  rs->on(u"GetString", [s](InvokeKind, Args& a) {
+    if (a.size() != 5 || a[0].deref().toI4() != 2) throw Error(5, u"GetString takes (2, rows, col, row, null) here");
+    if (s->row >= s->table.rows.size()) throw Error(3021, u"Either BOF or EOF is True");
+    long long left = a[1].deref().toI4();
+    const ustring column = a[2].deref().toString(), row = a[3].deref().toString(), null = a[4].deref().toString();
+    ustring out;
+    for (; s->row < s->table.rows.size() && left != 0; ++s->row, --left) {
+      if (s->row == s->failAt) throw Error(static_cast<int32_t>(0x80004005u), u"连接已断开");
+      const auto& values = s->table.rows[s->row];
+      for (std::size_t k = 0; k < s->table.columns.size(); ++k) {
+        if (k) out += column;
+        const Variant& v = k < values.size() ? values[k] : Variant::null();
+        out += v.isNull() ? null : v.toString();
+      }
+      out += row;
+    }
+    return Variant(out);
+  });
   return rs;
 }
 

@@ -97,6 +97,13 @@ TEST_F(Receivers, AddJoinsTheCheckedNumbersInPositionOrder) {
   EXPECT_EQ(view.receivers, u"13800000001,13800000002");
 }
 
+TEST_F(Receivers, AddCountsTheNewNumbersInTheCostLine) {
+  open();
+  check(D, u"D1");
+  window.cmdAddClick();
+  EXPECT_EQ(view.captions[sms::Control::lblCost], u"含签名每个号码1条短信，2个号码共2条");
+}
+
 TEST_F(Receivers, AddingTwiceDoublesTheList) {
   open();
   check(D, u"D1");

@@ -81,6 +81,8 @@ TEST_F(Window, LoadSetsEveryCaption) {
       {Control::chkRestore, u"短信可回复"},
       {Control::cmdSend, u"发送(&S)"},
       {Control::cmdCancel, u"取消"},
+      // Beside the described captions: what the (empty) message costs with its signature.
+      {Control::lblCost, u"含签名每个号码1条短信，0个号码共0条"},
   };
   EXPECT_EQ(view.captions, expected);
   EXPECT_EQ(view.toolTips, (std::map<Control, ustring>{{Control::cmdAdd, u"添加手机号码"}}));
@@ -201,6 +203,52 @@ TEST_F(Window, TheCounterShowsWhatIsLeft) {
   view.message = ustring(131, u'x');
   window.messageChanged();
   EXPECT_EQ(view.captions[Control::lblSms], u"您还可以输入-1字符,末尾将自动加上发送人姓名");
+}
+
+TEST_F(Window, TheCostLineCountsTheSignatureAndEveryReceiver) {
+  open();
+  // 64 characters, "--" and the sender's two: 68, one SMS each.
+  view.message = ustring(64, u'会');
+  window.messageChanged();
+  view.receivers = u"13800000001,13800000002,,13800000003";
+  window.receiversChanged();
+  EXPECT_EQ(view.captions[Control::lblCost], u"含签名每个号码1条短信，3个号码共3条");
+  // Three more characters and the signature pushes it into two parts.
+  view.message = ustring(67, u'会');
+  window.messageChanged();
+  EXPECT_EQ(view.captions[Control::lblCost], u"含签名每个号码2条短信，3个号码共6条");
+  // The message as sent is trimmed: blanks around it cost nothing.
+  view.message = u"   " + ustring(64, u'会') + u"   ";
+  window.messageChanged();
+  EXPECT_EQ(view.captions[Control::lblCost], u"含签名每个号码1条短信，3个号码共3条");
+}
+
+TEST_F(Window, TheCostLineFollowsTheReceiversTheWindowChanges) {
+  open();
+  view.message = u"hello";
+  window.messageChanged();
+  view.receivers = u"13800000001";
+  window.receiversChanged();
+  EXPECT_EQ(view.captions[Control::lblCost], u"含签名每个号码1条短信，1个号码共1条");
+  window.cmdClearMobileClick();
+  EXPECT_EQ(view.captions[Control::lblCost], u"含签名每个号码1条短信，0个号码共0条");
+}
+
+TEST_F(Window, APrefilledWindowOpensWithTheReceiversAndTheMessageAndSendsNothing) {
+  window.prefill(u"13800000001,13800000002", u"明天开会");
+  open();
+  EXPECT_EQ(view.receivers, u"13800000001,13800000002");
+  EXPECT_EQ(view.message, u"明天开会");
+  EXPECT_EQ(view.captions[Control::lblSms], u"您还可以输入126字符,末尾将自动加上发送人姓名");
+  EXPECT_EQ(view.captions[Control::lblCost], u"含签名每个号码1条短信，2个号码共2条");
+  EXPECT_TRUE(fake.calls(u"VtMobileOpen.MobileOpen").empty());
+}
+
+TEST_F(Window, APrefilledMessageIsCutToTheBoxLength) {
+  window.prefill(u"13800000001", ustring(129, u'字') + u"\U0001F600" + u"尾");
+  open();
+  // The cut would split the last character: it goes whole.
+  EXPECT_EQ(view.message, ustring(129, u'字'));
 }
 
 TEST_F(Window, ClearingTheMessageResetsTheCounter) {

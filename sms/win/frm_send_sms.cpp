@@ -85,7 +85,7 @@ class FrmSendSms final : public Window, public sms::SendSmsView, private CheckTr
   CheckTree groups_;
   HWND tab_ = nullptr, find_ = nullptr, cmdFind_ = nullptr, cmdFindNext_ = nullptr, cmdAdd_ = nullptr;
   HWND mobile_ = nullptr, lblInfo_ = nullptr, cmdClearMobile_ = nullptr, faRecevie_ = nullptr, faContent_ = nullptr;
-  HWND message_ = nullptr, lblSms_ = nullptr, cmdClear_ = nullptr, chkRestore_ = nullptr, cmdSend_ = nullptr;
+  HWND message_ = nullptr, lblSms_ = nullptr, lblCost_ = nullptr, cmdClear_ = nullptr, chkRestore_ = nullptr, cmdSend_ = nullptr;
   HWND cmdCancel_ = nullptr, frame1_ = nullptr, tooltip_ = nullptr;
   FormFont formFont_;  // what the host's form-font service chose
   Font font_;
@@ -259,6 +259,10 @@ void FrmSendSms::onCommand(int id, int code) {
     case idMessage:
       if (code == EN_CHANGE && !silent_) presenter_.messageChanged();
       break;
+    case idMobile:
+      // The presenter updates what depends on the list after setting it itself.
+      if (code == EN_CHANGE && !silent_) presenter_.receiversChanged();
+      break;
     default:
       break;
   }
@@ -294,6 +298,7 @@ void FrmSendSms::createControls() {
                            WS_VISIBLE | WS_TABSTOP | ES_MULTILINE | ES_AUTOVSCROLL | ES_WANTRETURN | WS_VSCROLL,
                            WS_EX_CLIENTEDGE, idMessage);
   lblSms_ = createControl(hwnd(), L"STATIC", WS_VISIBLE | SS_LEFT | SS_NOPREFIX, 0, idLblSms);
+  lblCost_ = createControl(hwnd(), L"STATIC", WS_VISIBLE | SS_LEFT | SS_NOPREFIX, 0, idLblCost);
   cmdClear_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdClear);
   frame1_ = createControl(hwnd(), L"STATIC", WS_VISIBLE | SS_ETCHEDHORZ, 0, idFrame1);
   chkRestore_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_AUTOCHECKBOX, 0, idChkRestore);
@@ -346,14 +351,17 @@ void FrmSendSms::layout() {
   place(chkRestore_, margin + s(4), rowY, W - 2 * buttonW - 3 * gap - 2 * margin, buttonH);
   place(frame1_, margin, rowY - gap - s(2), W - 2 * margin, s(2));
 
-  // The message frame: a fixed height above the bottom row.
-  const int contentH = s(150);
+  // The message frame: a fixed height above the bottom row; the cost line lies
+  // under the counter row.
+  const int contentH = s(150) + labelH;
   const int contentY = rowY - 2 * gap - s(2) - contentH;
   place(faContent_, margin, contentY, W - 2 * margin, contentH);
   const int inner = margin + pad;
-  const int counterY = contentY + contentH - pad - buttonH;
+  const int costY = contentY + contentH - pad - labelH + s(4);
+  const int counterY = costY - buttonH;
   place(cmdClear_, W - inner - buttonW, counterY, buttonW, buttonH);
   place(lblSms_, inner, counterY + (buttonH - labelH) / 2 + s(2), W - 2 * inner - buttonW - gap, labelH);
+  place(lblCost_, inner, costY, W - 2 * inner - buttonW - gap, labelH);
   place(message_, inner, contentY + s(20), W - 2 * inner, counterY - gap - (contentY + s(20)));
 
   // The receiver frame takes the rest: directories left, receivers right.
@@ -398,6 +406,7 @@ HWND FrmSendSms::control(Control c) const {
     case Control::cmdClearMobile: return cmdClearMobile_;
     case Control::faContent: return faContent_;
     case Control::lblSms: return lblSms_;
+    case Control::lblCost: return lblCost_;
     case Control::cmdClear: return cmdClear_;
     case Control::chkRestore: return chkRestore_;
     case Control::cmdSend: return cmdSend_;
@@ -427,7 +436,11 @@ void FrmSendSms::setTreeEnabled(Tree tree, bool enabled) {
 ustring FrmSendSms::findText() const { return windowText(find_); }
 void FrmSendSms::setFindText(const ustring& text) { setWindowText(find_, text); }
 const ustring& FrmSendSms::receiversText() const { return numberBoxText(mobile_); }
-void FrmSendSms::setReceiversText(ustring text) { setNumberBoxText(mobile_, std::move(text)); }
+void FrmSendSms::setReceiversText(ustring text) {
+  ++silent_;
+  setNumberBoxText(mobile_, std::move(text));
+  --silent_;
+}
 ustring FrmSendSms::messageText() const { return windowText(message_); }
 
 void FrmSendSms::setMessageText(const ustring& text) {
@@ -507,6 +520,9 @@ class SendSmsCommandWindow final : public CommandWindow {
   explicit SendSmsCommandWindow(ModuleHold hold) : form_(std::make_unique<FrmSendSms>(std::move(hold))) {}
   bool isRelateEmp() override { return form_->presenter().isRelateEmp(); }
   void show(bool) override { FrmSendSms::show(std::move(form_)); }
+  void prefill(const ustring& receivers, const ustring& message) override {
+    form_->presenter().prefill(receivers, message);
+  }
 
  private:
   std::unique_ptr<FrmSendSms> form_;

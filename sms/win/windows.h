@@ -34,6 +34,7 @@ enum ControlId : int {
   idCmdSend,
   idCmdCancel,
   idFrame1,
+  idLblCost,
 };
 }  // namespace send_sms
 

@@ -40,7 +40,6 @@ TEST_F(Unavailable, SmsManagerCommands) {
                                           {L"SetAllMobile", kCall, {}},
                                           {L"SmsManager", kCall, {V(L"")}},
                                           {L"UserSms", kCall, {V(L"1")}},
-                                          {L"ShowSmsLog", kCall, {}},
                                       });
 }
 

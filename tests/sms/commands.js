@@ -45,5 +45,4 @@ unavailable("SetUserMobile", function () { manager.SetUserMobile(); });
 unavailable("SetAllMobile", function () { manager.SetAllMobile(); });
 unavailable("SmsManager", function () { manager.SmsManager(""); });
 unavailable("UserSms", function () { manager.UserSms("1"); });
-unavailable("ShowSmsLog", function () { manager.ShowSmsLog(); });
 check("no further box", boxes().length, 1);

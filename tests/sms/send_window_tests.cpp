@@ -137,13 +137,7 @@ ustring toolTipOf(HWND owner, HWND control) {
 }
 
 // Saves a picture of the window in LUMO_SHOTS_DIR, when that names a folder.
-void saveShot(HWND hwnd, const ustring& name) {
-  const ustring dir = environment(L"LUMO_SHOTS_DIR");
-  if (dir.empty()) return;
-  RedrawWindow(hwnd, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW | RDW_ALLCHILDREN | RDW_FRAME);
-  pump(500);
-  EXPECT_TRUE(lumo::test::saveWindowPng(hwnd, lumo::test::wide(dir + u"\\" + name + u".png"))) << u8(name);
-}
+void saveShot(HWND hwnd, const ustring& name) { EXPECT_TRUE(lumo::test::saveShot(hwnd, name)) << u8(name); }
 
 // ---- the fixture -----------------------------------------------------------------------
 
@@ -278,6 +272,9 @@ TEST_F(SendWindow, CheckedDepartmentTypedNumberAndFullMessageReachTheGatewayAndT
   typeChars(mobile, u",1390a0011x122");
   const ustring receivers = expected + u",13900011122";
   EXPECT_EQ(u8(windowText(mobile)), u8(receivers));
+  // Typing into the list updates the cost line: one SMS of "--王建国" per number.
+  const auto numbers = std::to_string(std::count(receivers.begin(), receivers.end(), u',') + 1);
+  EXPECT_EQ(u8(windowText(GetDlgItem(w, idLblCost))), "含签名每个号码1条短信，" + numbers + "个号码共" + numbers + "条");
 
   // Exactly 130 characters: the counter reaches 0 and the box takes no more.
   ustring message;
@@ -290,6 +287,9 @@ TEST_F(SendWindow, CheckedDepartmentTypedNumberAndFullMessageReachTheGatewayAndT
   EXPECT_EQ(windowText(GetDlgItem(w, idLblSms)), u"您还可以输入1字符,末尾将自动加上发送人姓名");
   typeChars(text, message.substr(129));
   EXPECT_EQ(windowText(GetDlgItem(w, idLblSms)), u"您还可以输入0字符,末尾将自动加上发送人姓名");
+  // 130 characters and "--王建国" are 135 UCS-2 units: three parts of at most 67.
+  const auto three = std::to_string(3 * (std::count(receivers.begin(), receivers.end(), u',') + 1));
+  EXPECT_EQ(u8(windowText(GetDlgItem(w, idLblCost))), "含签名每个号码3条短信，" + numbers + "个号码共" + three + "条");
   typeChars(text, u"多");
   EXPECT_EQ(windowText(text).size(), 130u);
   SendMessageW(GetDlgItem(w, idChkRestore), BM_CLICK, 0, 0);

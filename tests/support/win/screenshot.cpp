@@ -1,5 +1,8 @@
 #include "tests/support/win/screenshot.h"
 
+#include "tests/support/win/pump.h"
+#include "tests/support/win/text.h"
+
 #include <cstdint>
 #include <algorithm>
 #include <cstdio>
@@ -109,6 +112,14 @@ bool saveWindowPng(HWND window, const std::wstring& path) {
   if (!f) return false;
   const bool ok = fwrite(png.data(), 1, png.size(), f) == png.size();
   return fclose(f) == 0 && ok;
+}
+
+bool saveShot(HWND window, const std::u16string& name) {
+  const ustring dir = environment(L"LUMO_SHOTS_DIR");
+  if (dir.empty()) return true;
+  RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW | RDW_ALLCHILDREN | RDW_FRAME);
+  pumpFor(500);
+  return saveWindowPng(window, wide(dir + u"\\" + name + u".png"));
 }
 
 }  // namespace lumo::test

@@ -12,4 +12,8 @@ namespace lumo::test {
 // False when the window or the file is not there.
 bool saveWindowPng(HWND window, const std::wstring& path);
 
+// Repaints the window and saves its picture as <name>.png in the folder that
+// LUMO_SHOTS_DIR names; true when saved, or when no folder is named.
+bool saveShot(HWND window, const std::u16string& name);
+
 }  // namespace lumo::test
