@@ -27,6 +27,7 @@
 #include "devhost/components/hostdb.h"
 #include "devhost/components/odbc.h"
 #include "smslog/win/filter_ids.h"
+#include "tests/smslog/log_windows.h"
 #include "smslog/win/windows.h"
 #include "tests/support/win/pump.h"
 #include "tests/support/win/script.h"
@@ -57,18 +58,6 @@ double endKey(HWND list, HWND top, int n) {
   const int first = ListView_GetTopIndex(list), perPage = ListView_GetCountPerPage(list);
   if (first + perPage < n || first >= n) fail("the list did not reach its last row");
   return ms;
-}
-
-HWND findFilter() {
-  HWND found = nullptr;
-  EnumThreadWindows(
-      GetCurrentThreadId(),
-      [](HWND w, LPARAM out) {
-        if (IsWindowVisible(w) && GetDlgItem(w, IDC_FILTER_STATUS)) *reinterpret_cast<HWND*>(out) = w;
-        return TRUE;
-      },
-      reinterpret_cast<LPARAM>(&found));
-  return found;
 }
 
 SYSTEMTIME systemTime(double oleDate) {
@@ -186,7 +175,7 @@ class SizeRun {
     lumo::test::Script script(
         {
             [&] {
-              HWND filter = findFilter();
+              HWND filter = lumo::test::findFilterDialog();
               if (!filter) return false;
               log = FindWindowW(win32::mobile_log::kClass, nullptr);
               CheckRadioButton(filter, IDC_FILTER_BYTIME, IDC_FILTER_ALLTIME, IDC_FILTER_BYTIME);

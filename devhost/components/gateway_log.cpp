@@ -11,6 +11,7 @@
 
 #include "devhost/components/odbc.h"
 #include "devhost/components/recordset.h"
+#include "devhost/db/clock_text.h"
 
 namespace lumo::devhost {
 
@@ -58,31 +59,13 @@ int32_t deliverySeconds(HostDb& db) {
 }
 
 ustring timeText(double oleDate) {
-  // Days since 1899-12-30; the fraction is the time of day (negative dates
-  // count the fraction forwards, as OLE dates do).
-  double days = std::floor(oleDate);
-  double fraction = std::fabs(oleDate - days);
-  if (oleDate < 0) fraction = std::fabs(oleDate) - std::floor(std::fabs(oleDate));
-  long long ms = std::llround(fraction * 86400000.0);
-  if (ms >= 86400000) {
-    ms -= 86400000;
-    days += 1;
-  }
-  // Civil date from days since 1970-01-01 (1899-12-30 is day -25569).
-  long long z = static_cast<long long>(days) - 25569 + 719468;
-  const long long era = (z >= 0 ? z : z - 146096) / 146097;
-  const long long doe = z - era * 146097;
-  const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-  long long y = yoe + era * 400;
-  const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-  const long long mp = (5 * doy + 2) / 153;
-  const long long d = doy - (153 * mp + 2) / 5 + 1;
-  const long long m = mp < 10 ? mp + 3 : mp - 9;
-  if (m <= 2) ++y;
-  char buf[160];
-  std::snprintf(buf, sizeof buf, "%04lld-%02lld-%02lld %02lld:%02lld:%02lld.%03lld", y, m, d, ms / 3600000,
-                ms / 60000 % 60, ms / 1000 % 60, ms % 1000);
-  return fromUtf8(buf);
+  // OLE dates count days from 1899-12-30 (day -25569 of 1970); the fraction is the
+  // time of day, counted forwards also for negative dates.
+  const double days = std::trunc(oleDate);
+  const double fraction = std::fabs(oleDate - days);
+  const long long millis =
+      (static_cast<long long>(days) - 25569) * 86400000 + std::llround(fraction * 86400000.0);
+  return fromUtf8(clockText(millis));
 }
 
 ObjectPtr queryLog(HostDb& db, const Args& a) {

@@ -26,6 +26,8 @@
 #include <string>
 #include <vector>
 
+#include "clock_text.h"
+
 extern const char* const kLumoSchemaSql;
 
 namespace {
@@ -457,24 +459,7 @@ long long secondsOf(const std::string& text) {
   return (era * 146097 + doe - 719468) * 86400 + h * 3600 + mi * 60 + se;
 }
 
-std::string timeOf(long long secs, int millis = 0) {
-  long long days = secs >= 0 ? secs / 86400 : (secs - 86399) / 86400;
-  long long rest = secs - days * 86400;
-  long long z = days + 719468;
-  const long long era = (z >= 0 ? z : z - 146096) / 146097;
-  const long long doe = z - era * 146097;
-  const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-  long long y = yoe + era * 400;
-  const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-  const long long mp = (5 * doy + 2) / 153;
-  const long long d = doy - (153 * mp + 2) / 5 + 1;
-  const long long m = mp < 10 ? mp + 3 : mp - 9;
-  if (m <= 2) ++y;
-  char buf[96];
-  std::snprintf(buf, sizeof buf, "%04lld-%02lld-%02lld %02lld:%02lld:%02lld.%03d", y, m, d, rest / 3600, rest / 60 % 60,
-                rest % 60, millis);
-  return buf;
-}
+std::string timeOf(long long secs, int millis = 0) { return lumo::devhost::clockText(secs * 1000 + millis); }
 
 std::string localNow() {
   std::time_t t = std::time(nullptr);

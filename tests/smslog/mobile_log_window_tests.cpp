@@ -16,6 +16,7 @@
 #include "devhost/components/odbc.h"
 #include "sms/win/windows.h"
 #include "smslog/win/filter_ids.h"
+#include "tests/smslog/log_windows.h"
 #include "smslog/win/windows.h"
 #include "tests/sms/send_windows.h"
 #include "tests/support/win/boxes.h"
@@ -45,18 +46,6 @@ ustring language() {
 bool chinese() { return language() == u"chs"; }
 
 void shot(HWND w, const ustring& name) { EXPECT_TRUE(lumo::test::saveShot(w, name + u"-" + language())) << u8(name); }
-
-HWND findFilter() {
-  HWND found = nullptr;
-  EnumThreadWindows(
-      GetCurrentThreadId(),
-      [](HWND w, LPARAM out) {
-        if (IsWindowVisible(w) && GetDlgItem(w, IDC_FILTER_STATUS)) *reinterpret_cast<HWND*>(out) = w;
-        return TRUE;
-      },
-      reinterpret_cast<LPARAM>(&found));
-  return found;
-}
 
 ustring cellText(HWND list, int row, int column) {
   wchar_t buf[1024] = L"";
@@ -122,7 +111,7 @@ TEST_F(MobileLogWindow, TheLastMessagesOutcomesAreListedAndTheFailedOnesResent) 
   Script script({
       // 1. The filter comes up by itself: ask for this workstation's last message.
       [&] {
-        filter = findFilter();
+        filter = lumo::test::findFilterDialog();
         if (!filter) return false;
         ++filters;
         log = FindWindowW(mobile_log::kClass, nullptr);
@@ -137,7 +126,7 @@ TEST_F(MobileLogWindow, TheLastMessagesOutcomesAreListedAndTheFailedOnesResent) 
       // 2. Three receivers, each with its outcome.
       [&] {
         HWND list = GetDlgItem(log, mobile_log::kListId);
-        if (findFilter() || ListView_GetItemCount(list) != 3) return false;
+        if (lumo::test::findFilterDialog() || ListView_GetItemCount(list) != 3) return false;
         const ustring failed = chinese() ? u"发送失败" : u"Failed";
         EXPECT_EQ(cellText(list, 0, 2), u"13901010001");
         EXPECT_EQ(cellText(list, 0, 5), chinese() ? u"已送达" : u"Delivered");
@@ -169,7 +158,7 @@ TEST_F(MobileLogWindow, TheLastMessagesOutcomesAreListedAndTheFailedOnesResent) 
       },
       // 4. The new dialog has the last conditions; now every time, for the history.
       [&] {
-        filter = findFilter();
+        filter = lumo::test::findFilterDialog();
         if (!filter) return false;
         ++filters;
         EXPECT_EQ(IsDlgButtonChecked(filter, IDC_FILTER_LAST), BST_CHECKED);
@@ -181,7 +170,7 @@ TEST_F(MobileLogWindow, TheLastMessagesOutcomesAreListedAndTheFailedOnesResent) 
       // 5. The month of history, newest first.
       [&] {
         HWND list = GetDlgItem(log, mobile_log::kListId);
-        if (findFilter() || ListView_GetItemCount(list) < 300) return false;
+        if (lumo::test::findFilterDialog() || ListView_GetItemCount(list) < 300) return false;
         EXPECT_EQ(cellText(list, 0, 2), u"13901010001");  // the message just sent is the newest
         shot(log, u"smslog-history");
         PostMessageW(log, WM_CLOSE, 0, 0);
