@@ -42,6 +42,8 @@ TEST(DbGen, SizedGenerationIsDeterministicAndScales) {
   auto db = test::openDb(a);
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_Emp"), 3000);
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_Department"), 60);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_SMSBillUse"), 60);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_MobileFlow"), 60);
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_User WHERE FUserID BETWEEN 16384 AND 32767"), 491);
 }
 
@@ -57,6 +59,8 @@ TEST(DbGen, LargeDatabaseHasTheBenchmarkSizesAndIsQuick) {
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_Department"), 2000);
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_User WHERE FUserID BETWEEN 16384 AND 32767"), 16384);
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_User WHERE FUserType=2"), 1000);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_SMSBillUse"), 2000);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_MobileFlow"), 2000);
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(DISTINCT FGroupID) FROM t_Group"), 1000);
   EXPECT_GT(countIn(*db, u"SELECT COUNT(*) FROM t_Emp WHERE FDepartmentID IS NULL"), 0);
   EXPECT_GT(countIn(*db, u"SELECT COUNT(*) FROM t_Item WHERE FDeleted=1"), 0);
