@@ -326,7 +326,7 @@ namespace {
 const char16_t* const kNoMobileFrom =
     u" From t_User u Left join t_Emp e On u.FEmpID=e.FItemID Left join t_Department d On e.FDepartmentID=d.FItemID"
     u" Where u.FUserID>=16384 And u.FUserID<=32767 And u.FForbidden=0 And"
-    u" (e.FItemID Is Null Or IsNull(e.FMobilePhone,'')='')";
+    u" (e.FItemID Is Null Or IsNull(LTrim(RTrim(e.FMobilePhone)),'')='')";
 }  // namespace
 
 ustring noMobileCountSql() { return ustring(u"Select Count(*) As FCount") + kNoMobileFrom; }
@@ -629,6 +629,8 @@ void ServiceManagerPresenter::showList(const ustring& titles, const std::shared_
   if (!list) throw Error(errnum::CannotCreateObject, u"no list window");
   list->setTitles(titles);
   list->setRowSets(lines);
+  // The window counts its lines when it loads: after the rows are handed over.
+  list->load();
   list->show(false);
 }
 

@@ -11,11 +11,12 @@ namespace {
 const ustring kNoMobileCount =
     u"Select Count(*) As FCount From t_User u Left join t_Emp e On u.FEmpID=e.FItemID Left join t_Department d On "
     u"e.FDepartmentID=d.FItemID Where u.FUserID>=16384 And u.FUserID<=32767 And u.FForbidden=0 And (e.FItemID Is "
-    u"Null Or IsNull(e.FMobilePhone,'')='')";
+    u"Null Or IsNull(LTrim(RTrim(e.FMobilePhone)),'')='')";
 const ustring kNoMobileList =
     u"Select u.FName As FUserName,e.FName As FEmpName,d.FName As FDeptName From t_User u Left join t_Emp e On "
     u"u.FEmpID=e.FItemID Left join t_Department d On e.FDepartmentID=d.FItemID Where u.FUserID>=16384 And "
-    u"u.FUserID<=32767 And u.FForbidden=0 And (e.FItemID Is Null Or IsNull(e.FMobilePhone,'')='') Order by u.FUserID";
+    u"u.FUserID<=32767 And u.FForbidden=0 And (e.FItemID Is Null Or IsNull(LTrim(RTrim(e.FMobilePhone)),'')='') Order by "
+    u"u.FUserID";
 
 [[noreturn]] void unexpected(const ustring& member, const Args& a) {
   ustring text = u"unexpected call " + member + u"(";

@@ -53,6 +53,9 @@ TEST_F(Switching, MixedSelectionSwitchesOrdinaryFirstAndReportsInOrder) {
                               u"启用[采购审批流]短信通知失败！该服务已经启用短信通知！"}));
   EXPECT_EQ(windows.last().view.shows, 1);
   EXPECT_FALSE(windows.last().view.shownModal);
+  // Loaded with its lines: the title line and one per result.
+  EXPECT_TRUE(windows.last().presenter.loaded());
+  EXPECT_EQ(windows.last().view.listRows, 6);
   // Update before reload before audit.
   EXPECT_EQ(members(u"LumoMSmsManager.clsBillUseUpdate"), (V{u"BillUseOperate", u"BillOrnUseOperate"}));
   const V all = [&] {

@@ -59,10 +59,11 @@ class FrmSetUseFlag final : public Window, public notify::SetUseFlagView {
       case WM_INITDIALOG: {
         dpi_ = windowDpi(hwnd());
         fam1_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | BS_GROUPBOX, 0, idFam1);
-        chkFlag_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | WS_GROUP | BS_AUTOCHECKBOX, 0, idChkFlag);
+        chkFlag_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | WS_GROUP | BS_AUTOCHECKBOX | BS_MULTILINE, 0, idChkFlag);
         fam2_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | BS_GROUPBOX, 0, idFam2);
         chkFlagAudit_ =
-            createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | WS_GROUP | BS_AUTOCHECKBOX, 0, idChkFlagAudit);
+            createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | WS_GROUP | BS_AUTOCHECKBOX | BS_MULTILINE, 0,
+                          idChkFlagAudit);
         cmdOk_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | WS_GROUP | BS_DEFPUSHBUTTON, 0, idCmdOk);
         cmdCancel_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdCancel);
         font_ = messageFont(dpi_);
@@ -93,7 +94,7 @@ class FrmSetUseFlag final : public Window, public notify::SetUseFlagView {
 
   void layout() {
     auto s = [&](int v) { return scale(v, dpi_); };
-    const int W = s(400), margin = s(10), frameH = s(54), buttonW = s(80), buttonH = s(25);
+    const int W = s(460), margin = s(10), frameH = s(60), buttonW = s(80), buttonH = s(25);
     RECT want{0, 0, W, margin + 2 * frameH + margin + buttonH + margin + s(6)};
     AdjustWindowRectEx(&want, static_cast<DWORD>(GetWindowLongPtrW(hwnd(), GWL_STYLE)), FALSE,
                        static_cast<DWORD>(GetWindowLongPtrW(hwnd(), GWL_EXSTYLE)));
@@ -105,10 +106,10 @@ class FrmSetUseFlag final : public Window, public notify::SetUseFlagView {
     SetWindowPos(hwnd(), nullptr, (owner.left + owner.right - w) / 2, (owner.top + owner.bottom - h) / 2, w, h,
                  SWP_NOZORDER | SWP_NOACTIVATE);
     MoveWindow(fam1_, margin, margin, W - 2 * margin, frameH, FALSE);
-    MoveWindow(chkFlag_, margin + s(12), margin + s(20), W - 2 * margin - s(24), s(24), FALSE);
+    MoveWindow(chkFlag_, margin + s(12), margin + s(20), W - 2 * margin - s(24), s(32), FALSE);
     const int y2 = margin + frameH + s(6);
     MoveWindow(fam2_, margin, y2, W - 2 * margin, frameH, FALSE);
-    MoveWindow(chkFlagAudit_, margin + s(12), y2 + s(20), W - 2 * margin - s(24), s(24), FALSE);
+    MoveWindow(chkFlagAudit_, margin + s(12), y2 + s(20), W - 2 * margin - s(24), s(32), FALSE);
     const int by = y2 + frameH + margin;
     MoveWindow(cmdOk_, W - margin - 2 * buttonW - s(8), by, buttonW, buttonH, FALSE);
     MoveWindow(cmdCancel_, W - margin - buttonW, by, buttonW, buttonH, FALSE);

@@ -99,8 +99,7 @@ class FrmSmsManager final : public Window, public notify::ServiceManagerView, pr
     INITCOMMONCONTROLSEX icc{sizeof icc, ICC_TREEVIEW_CLASSES | ICC_LISTVIEW_CLASSES | ICC_BAR_CLASSES |
                                              ICC_STANDARD_CLASSES};
     InitCommonControlsEx(&icc);
-    createDialog(WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_THICKFRAME | WS_MINIMIZEBOX | WS_MAXIMIZEBOX |
-                     WS_CLIPCHILDREN | DS_3DLOOK,
+    createDialog(WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_THICKFRAME | WS_MINIMIZEBOX | WS_MAXIMIZEBOX | DS_3DLOOK,
                  WS_EX_APPWINDOW | WS_EX_CONTROLPARENT, nullptr);
     ShowWindow(hwnd(), SW_SHOW);
     SetForegroundWindow(hwnd());
@@ -140,12 +139,14 @@ class FrmSmsManager final : public Window, public notify::ServiceManagerView, pr
     if (!list_) return;
     while (ListView_DeleteColumn(list_, 0)) {
     }
+    static const ustring none;
     for (std::size_t c = 0; c < widths_.size(); ++c) {
+      const ustring& title = c < titles_.size() ? titles_[c] : none;
       LVCOLUMNW lc{};
       lc.mask = LVCF_WIDTH | LVCF_TEXT | LVCF_FMT;
       lc.fmt = LVCFMT_LEFT;
       lc.cx = twipsToPixels(widths_[c]);
-      lc.pszText = const_cast<wchar_t*>(wz(c < titles_.size() ? titles_[c] : ustring()));
+      lc.pszText = const_cast<wchar_t*>(wz(title));
       ListView_InsertColumn(list_, static_cast<int>(c), &lc);
     }
   }
@@ -236,7 +237,7 @@ class FrmSmsManager final : public Window, public notify::ServiceManagerView, pr
       case WM_INITDIALOG: {
         dpi_ = windowDpi(hwnd());
         createControls();
-        RECT want{0, 0, scale(760, dpi_), scale(520, dpi_)};
+        RECT want{0, 0, scale(820, dpi_), scale(540, dpi_)};
         AdjustWindowRectEx(&want, static_cast<DWORD>(GetWindowLongPtrW(hwnd(), GWL_STYLE)), FALSE,
                            static_cast<DWORD>(GetWindowLongPtrW(hwnd(), GWL_EXSTYLE)));
         const int w = want.right - want.left, h = want.bottom - want.top;
@@ -332,6 +333,7 @@ class FrmSmsManager final : public Window, public notify::ServiceManagerView, pr
                              0, idToolBar);
     SendMessageW(toolBar_, TB_BUTTONSTRUCTSIZE, sizeof(TBBUTTON), 0);
     SendMessageW(toolBar_, TB_SETEXTENDEDSTYLE, 0, TBSTYLE_EX_MIXEDBUTTONS);
+    SendMessageW(toolBar_, TB_SETPADDING, 0, MAKELPARAM(scale(12, dpi_), scale(8, dpi_)));
     toolText_ = createControl(hwnd(), L"STATIC", WS_VISIBLE | SS_LEFT | SS_NOPREFIX | SS_CENTERIMAGE, 0, idToolText);
     faTree_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | BS_GROUPBOX, 0, idFaTree);
     tree_ = createControl(hwnd(), WC_TREEVIEWW,
@@ -393,8 +395,25 @@ class FrmSmsManager final : public Window, public notify::ServiceManagerView, pr
       if (h && d)
         d = DeferWindowPos(d, h, nullptr, x, y, std::max(0, w), std::max(0, hgt), SWP_NOZORDER | SWP_NOACTIVATE);
     };
-    place(toolText_, buttonsRight + s(12), 0, W - buttonsRight - s(16), barH);
-    const int top = barH + margin, height = H - top - margin;
+    // The count stands beside the buttons when it fits, else on a line of its own
+    // under them (still the tool bar's band: the panels below keep their layout).
+    int textH = 0;
+    if (toolText_ && GetWindowTextLengthW(toolText_) > 0) {
+      const ustring text = windowText(toolText_);
+      SIZE extent{};
+      {
+        const WindowDC dc(toolText_);
+        const Selected f(dc.get(), font_.get());
+        GetTextExtentPoint32W(dc.get(), wz(text), static_cast<int>(text.size()), &extent);
+      }
+      if (buttonsRight + s(16) + extent.cx + s(8) <= W) {
+        place(toolText_, buttonsRight + s(16), 0, W - buttonsRight - s(20), barH);
+      } else {
+        textH = extent.cy + s(6);
+        place(toolText_, s(8), barH, W - s(16), textH);
+      }
+    }
+    const int top = barH + textH + margin, height = H - top - margin;
     place(faTree_, margin, top, sep - margin, height);
     place(tree_, margin + pad, top + caption, sep - margin - 2 * pad, height - caption - pad);
     place(sep_.hwnd(), sep, top, sepW, height);
