@@ -59,7 +59,8 @@ class FrmSetUseFlag final : public Window, public notify::SetUseFlagView {
       case WM_INITDIALOG: {
         dpi_ = windowDpi(hwnd());
         fam1_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | BS_GROUPBOX, 0, idFam1);
-        chkFlag_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | WS_GROUP | BS_AUTOCHECKBOX | BS_MULTILINE, 0, idChkFlag);
+        chkFlag_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | WS_GROUP | BS_AUTOCHECKBOX | BS_MULTILINE, 0,
+                                 idChkFlag);
         fam2_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | BS_GROUPBOX, 0, idFam2);
         chkFlagAudit_ =
             createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | WS_GROUP | BS_AUTOCHECKBOX | BS_MULTILINE, 0,
