@@ -166,12 +166,21 @@ class FrmSmsManager final : public Window, public notify::ServiceManagerView, pr
   void setSelectedRows(const std::vector<int32_t>& rows) override {
     if (!list_) return;
     const int items = ListView_GetItemCount(list_);
+    // The marks change without a redraw per row; the list is drawn once after.
+    SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
+    struct Redraw {
+      HWND list;
+      ~Redraw() {
+        SendMessageW(list, WM_SETREDRAW, TRUE, 0);
+        InvalidateRect(list, nullptr, FALSE);
+      }
+    } redraw{list_};
     // Every row at once is one call; otherwise the old marks go and the new come.
     if (!rows.empty() && static_cast<int>(rows.size()) == items) {
       ListView_SetItemState(list_, -1, LVIS_SELECTED, LVIS_SELECTED);
       return;
     }
-    ListView_SetItemState(list_, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
+    if (ListView_GetSelectedCount(list_) > 0) ListView_SetItemState(list_, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
     for (int32_t r : rows)
       if (r >= 2 && r - 2 < items) ListView_SetItemState(list_, r - 2, LVIS_SELECTED, LVIS_SELECTED);
     if (!rows.empty() && rows.front() >= 2 && rows.front() - 2 < items) {
