@@ -21,6 +21,9 @@ const char16_t* const kNoMobileFormat = u"%1 个用户没有手机号码，收�
 
 namespace {
 
+// The columns of a list window that shows more than one (twips).
+constexpr int32_t kListColumnWidth = 2400;
+
 // The module nodes of the older catalogue, in their order.
 struct Module {
   const char16_t* code;
@@ -157,8 +160,7 @@ class SystemCalls final : public ServiceCalls {
                     std::vector<ServiceRow>& out) override {
     forEachFlow(flows(w), [&](const ObjectPtr& f) {
       const ustring id = textOf(fieldOf(f, u"FID"));
-      if (keep(id))
-        out.push_back(makeRow(kOrn, id, fieldOf(f, u"FMCName"), fieldOf(f, u"FIsMobileServiceRun")));
+      if (keep(id)) out.push_back(makeRow(kOrn, id, fieldOf(f, u"FMCName"), fieldOf(f, u"FIsMobileServiceRun")));
     });
   }
 
@@ -183,8 +185,7 @@ class SystemCalls final : public ServiceCalls {
     Variant collection{records};
     Variant flag{on};
     Variant useFlag{w.useFlag()};
-    callWithSession(kBillUseUpdate, method,
-                    {Variant::ref(&collection), Variant::ref(&flag), Variant::ref(&useFlag)});
+    callWithSession(kBillUseUpdate, method, {Variant::ref(&collection), Variant::ref(&flag), Variant::ref(&useFlag)});
   }
 };
 
@@ -222,9 +223,9 @@ class UserCalls final : public ServiceCalls {
                     std::vector<ServiceRow>& out) override {
     Variant collection{flows(w)};
     Variant user{w.userId()};
-    Recordset rs(callWithSession(kBillUseInfo, u"GetORNUserBillUseInfo",
-                                 {Variant::ref(&collection), Variant::ref(&user)})
-                     .toObject());
+    Recordset rs(
+        callWithSession(kBillUseInfo, u"GetORNUserBillUseInfo", {Variant::ref(&collection), Variant::ref(&user)})
+            .toObject());
     while (!rs.eof()) {
       const ustring id = textOf(rs.field(u"FID"));
       if (keep(id)) out.push_back(makeRow(kOrn, id, rs.field(u"FMCName"), rs.field(u"FIsRun")));
@@ -348,9 +349,8 @@ ustring ServiceManagerPresenter::source(const char16_t* routine) const {
 
 bool ServiceManagerPresenter::isRelateEmp() {
   bool related = false;
-  errorTrap(source(u"IsRelateEmp"), [&] {
-    related = !textOf(callWithSession(u"LumoMSmsManager.CSerivceInfo", u"EmpInfo", {})).empty();
-  });
+  errorTrap(source(u"IsRelateEmp"),
+            [&] { related = !textOf(callWithSession(u"LumoMSmsManager.CSerivceInfo", u"EmpInfo", {})).empty(); });
   return related;
 }
 
@@ -359,9 +359,9 @@ void ServiceManagerPresenter::setCaptions() {
   view_.setCaption(ServiceControl::faTree, loadVtString(u"短信通知服务"));
   view_.setCaption(ServiceControl::faList, loadVtString(u"短信通知服务列表"));
   std::vector<ToolButton> buttons{
-      {toolkey::Start, loadVtString(u"启用")},        {toolkey::Cancel, loadVtString(u"停用")},
-      {toolkey::SelectAll, loadVtString(u"全选")},    {toolkey::CancelAll, loadVtString(u"全清")},
-      {toolkey::Print, loadVtString(u"打印")},        {toolkey::PrintSet, loadVtString(u"打印设置")},
+      {toolkey::Start, loadVtString(u"启用")},         {toolkey::Cancel, loadVtString(u"停用")},
+      {toolkey::SelectAll, loadVtString(u"全选")},     {toolkey::CancelAll, loadVtString(u"全清")},
+      {toolkey::Print, loadVtString(u"打印")},         {toolkey::PrintSet, loadVtString(u"打印设置")},
       {toolkey::PrintView, loadVtString(u"打印预览")},
   };
   if (kind_.hasOptions) buttons.push_back({toolkey::Option, loadVtString(u"选项")});
@@ -398,8 +398,10 @@ void ServiceManagerPresenter::formUnload() {
 
 void ServiceManagerPresenter::formKeyDown(int32_t keyCode) {
   errorTrap(source(u"Form_KeyDown"), [&] {
-    if (keyCode == 27) view_.close();
-    else if (keyCode == 112) showHelp(view_.windowHandle());
+    if (keyCode == 27)
+      view_.close();
+    else if (keyCode == 112)
+      showHelp(view_.windowHandle());
   });
 }
 
@@ -495,7 +497,8 @@ void ServiceManagerPresenter::loadOrnListData(const ustring& key) {
   errorTrap(source(u"LoadOrnListData"), [&] {
     const bool all = key == u"Root";
     const ustring wanted = all ? ustring() : key.substr(2);
-    kind_.calls->workflowRows(*this, [&](const ustring& id) { return all || id == wanted; }, rows_);
+    kind_.calls->workflowRows(
+        *this, [&](const ustring& id) { return all || id == wanted; }, rows_);
   });
 }
 
@@ -523,16 +526,17 @@ void ServiceManagerPresenter::loadOrnListDataOld(const ustring& key, const ustri
     const bool wholeModule = key == module;
     const ustring wanted = wholeModule ? ustring() : key.substr(3);
     kind_.calls->workflowRows(
-        *this,
-        [&](const ustring& id) { return wholeModule ? flowInModule(module, id) : id == wanted; }, rows_);
+        *this, [&](const ustring& id) { return wholeModule ? flowInModule(module, id) : id == wanted; }, rows_);
   });
 }
 
 void ServiceManagerPresenter::showRows() {
   view_.setListRowCount(gridRowCount());
   // The first service row is selected; an empty list selects nothing.
-  if (gridRowCount() >= 2) view_.setSelectedRows({2});
-  else view_.setSelectedRows({});
+  if (gridRowCount() >= 2)
+    view_.setSelectedRows({2});
+  else
+    view_.setSelectedRows({});
 }
 
 ustring ServiceManagerPresenter::cellText(int32_t row, int32_t col) const {
@@ -540,28 +544,44 @@ ustring ServiceManagerPresenter::cellText(int32_t row, int32_t col) const {
   if (index < 0 || index >= static_cast<int32_t>(rows_.size())) return {};
   const ServiceRow& r = rows_[static_cast<std::size_t>(index)];
   switch (col) {
-    case 1: return r.type;
-    case 2: return r.id;
-    case 3: return r.name;
-    case 4: return r.isUse;
-    default: return {};
+    case 1:
+      return r.type;
+    case 2:
+      return r.id;
+    case 3:
+      return r.name;
+    case 4:
+      return r.isUse;
+    default:
+      return {};
   }
 }
 
 // ---- the tool bar ------------------------------------------------------------------------------------
 
 void ServiceManagerPresenter::toolButtonClick(const ustring& key) {
-  if (key == toolkey::Start) switchSelected(true);
-  else if (key == toolkey::Cancel) switchSelected(false);
-  else if (key == toolkey::SelectAll) selectAll();
-  else if (key == toolkey::CancelAll) clearSelection();
-  else if (key == toolkey::Print) print();
-  else if (key == toolkey::PrintSet) errorTrap(source(u"tb_ButtonClick"), [&] { view_.printSetup(); });
-  else if (key == toolkey::PrintView) errorTrap(source(u"tb_ButtonClick"), [&] { view_.previewList(); });
-  else if (key == toolkey::Option && kind_.hasOptions) options();
-  else if (key == toolkey::NoMobile && kind_.countsNoMobile) listNoMobile();
-  else if (key == toolkey::Help) showHelp(view_.windowHandle());
-  else if (key == toolkey::Exit) view_.close();
+  if (key == toolkey::Start)
+    switchSelected(true);
+  else if (key == toolkey::Cancel)
+    switchSelected(false);
+  else if (key == toolkey::SelectAll)
+    selectAll();
+  else if (key == toolkey::CancelAll)
+    clearSelection();
+  else if (key == toolkey::Print)
+    print();
+  else if (key == toolkey::PrintSet)
+    errorTrap(source(u"tb_ButtonClick"), [&] { view_.printSetup(); });
+  else if (key == toolkey::PrintView)
+    errorTrap(source(u"tb_ButtonClick"), [&] { view_.previewList(); });
+  else if (key == toolkey::Option && kind_.hasOptions)
+    options();
+  else if (key == toolkey::NoMobile && kind_.countsNoMobile)
+    listNoMobile();
+  else if (key == toolkey::Help)
+    showHelp(view_.windowHandle());
+  else if (key == toolkey::Exit)
+    view_.close();
 }
 
 void ServiceManagerPresenter::switchSelected(bool on) {
@@ -607,9 +627,9 @@ void ServiceManagerPresenter::switchSelected(bool on) {
     for (const auto* names : {&ordinaryNames, &workflowNames})
       for (const ustring& name : *names) {
         const ustring key = toText(static_cast<long long>(records->count() + 1));
-        records->add(Variant(makeBatchAuditRecord(kSwitchAuditCode, formatResString(desc, {name}), machineName_,
-                                                  ipAddress_)),
-                     &key);
+        records->add(
+            Variant(makeBatchAuditRecord(kSwitchAuditCode, formatResString(desc, {name}), machineName_, ipAddress_)),
+            &key);
       }
     writeBatchLog(records);
 
@@ -624,13 +644,18 @@ void ServiceManagerPresenter::switchSelected(bool on) {
   });
 }
 
-void ServiceManagerPresenter::showList(const ustring& titles, const std::shared_ptr<Collection>& lines) {
+void ServiceManagerPresenter::showList(const ustring& titles, const std::shared_ptr<Collection>& lines,
+                                       int32_t columns) {
   std::shared_ptr<display::DisplayerPresenter> list = windows_.listWindow();
   if (!list) throw Error(errnum::CannotCreateObject, u"no list window");
   list->setTitles(titles);
   list->setRowSets(lines);
   // The window counts its lines when it loads: after the rows are handed over.
   list->load();
+  if (columns > 1) {
+    list->setColumnCount(columns);
+    for (int32_t c = 1; c <= columns; ++c) list->setColumnWidth(c, kListColumnWidth);
+  }
   list->show(false);
 }
 
@@ -682,7 +707,7 @@ void ServiceManagerPresenter::listNoMobile() {
                  lineSafe(rs.text(u"FDeptName")));
       rs.moveNext();
     }
-    showList(loadVtString(u"用户") + u"\t" + loadVtString(u"职员") + u"\t" + loadVtString(u"部门") + u"|", lines);
+    showList(loadVtString(u"用户") + u"\t" + loadVtString(u"职员") + u"\t" + loadVtString(u"部门") + u"|", lines, 3);
   });
 }
 

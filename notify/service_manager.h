@@ -34,8 +34,8 @@ extern const char16_t* const kFlowData;       // "LumoMMobileMCSrv.CGetData"
 
 // One row of the service list.
 struct ServiceRow {
-  ustring type;   // kNormal or kOrn
-  ustring id;     // the service's identifier
+  ustring type;  // kNormal or kOrn
+  ustring id;    // the service's identifier
   ustring name;
   ustring isUse;  // the translated "是" or "否"
 };
@@ -78,18 +78,18 @@ class ServiceCalls;
 // What tells the two windows apart: their texts and codes (the simplified-Chinese
 // wording, looked up when used) and the middle-tier calls behind them.
 struct ServiceWindowKind {
-  const char16_t* formName;    // error sources: "SmsManager.<formName>:<routine>"
+  const char16_t* formName;  // error sources: "SmsManager.<formName>:<routine>"
   const char16_t* caption;
-  const char16_t* usageCode;   // the window's own usage log (open, close, print)
-  const char16_t* printText;   // the usage log's text for Print
-  const char16_t* auditOn;     // batch audit descriptions, "%1" the service
+  const char16_t* usageCode;  // the window's own usage log (open, close, print)
+  const char16_t* printText;  // the usage log's text for Print
+  const char16_t* auditOn;    // batch audit descriptions, "%1" the service
   const char16_t* auditOff;
   const char16_t* switchedOn;  // result lines, "%1" the service (and "%2" the user)
   const char16_t* switchedOff;
   const char16_t* refusedOn;
   const char16_t* refusedOff;
-  bool hasOptions;             // the "Option" button and the use flag
-  bool countsNoMobile;         // the tool-bar count of users without a number
+  bool hasOptions;      // the "Option" button and the use flag
+  bool countsNoMobile;  // the tool-bar count of users without a number
   std::shared_ptr<ServiceCalls> calls;
 };
 
@@ -197,7 +197,7 @@ class ServiceManagerPresenter {
   void options();
   void countNoMobile();
   void listNoMobile();
-  void showList(const ustring& titles, const std::shared_ptr<Collection>& lines);
+  void showList(const ustring& titles, const std::shared_ptr<Collection>& lines, int32_t columns = 1);
 
   ClassObjectHold classObjects_;
   ServiceWindowKind kind_;
@@ -210,7 +210,6 @@ class ServiceManagerPresenter {
   ustring displayFilter_;
   ustring userId_, userName_, machineName_, ipAddress_;
   ustring yes_, no_;  // the translated "是" and "否" of the last load
-
 };
 
 }  // namespace lumo::notify

@@ -91,11 +91,12 @@ bool SetUseFlagPresenter::queryUnload() {
   bool keepOpen = false;
   errorTrap(source(u"Form_QueryUnload"), [&] {
     if (!changed()) return;
-    const int32_t answer = msgBoxEx(loadVtString(u"数据已被修改，是否保存？"), msgbox::vbYesNoCancel | kQuestionIcon,
-                                    kDefaultTitle);
+    const int32_t answer =
+        msgBoxEx(loadVtString(u"数据已被修改，是否保存？"), msgbox::vbYesNoCancel | kQuestionIcon, kDefaultTitle);
     if (answer == msgbox::vbCancel) keepOpen = true;
     // A save that failed has told why; the dialog stays so the user can decide again.
-    else if (answer == msgbox::vbYes) keepOpen = !save();
+    else if (answer == msgbox::vbYes)
+      keepOpen = !save();
   });
   return keepOpen;
 }

@@ -46,8 +46,8 @@ namespace {
 
 using namespace lumo;
 using namespace lumo::win32::sms_manager;
-using lumo::test::nowMs;
 using lumo::wz;
+using lumo::test::nowMs;
 namespace odbc = lumo::devhost::odbc;
 
 [[noreturn]] void fail(const std::string& what) {
@@ -109,8 +109,9 @@ class Bare {
 
  private:
   static LRESULT CALLBACK proc(HWND h, UINT m, WPARAM w, LPARAM l) {
-    if (m == WM_NCCREATE) SetWindowLongPtrW(h, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(
-                                                                   reinterpret_cast<CREATESTRUCTW*>(l)->lpCreateParams));
+    if (m == WM_NCCREATE)
+      SetWindowLongPtrW(h, GWLP_USERDATA,
+                        reinterpret_cast<LONG_PTR>(reinterpret_cast<CREATESTRUCTW*>(l)->lpCreateParams));
     auto* self = reinterpret_cast<Bare*>(GetWindowLongPtrW(h, GWLP_USERDATA));
     if (m == WM_NOTIFY && self) {
       auto* nm = reinterpret_cast<NMHDR*>(l);
@@ -144,7 +145,8 @@ ustring yesNo(const Variant& v) {
 }
 
 // Every row of a recordset: each field object asked for once, its value read per row.
-void readRecordset(const ObjectPtr& rs, const std::vector<ustring>& names, const std::function<void(std::vector<Variant>&)>& row) {
+void readRecordset(const ObjectPtr& rs, const std::vector<ustring>& names,
+                   const std::function<void(std::vector<Variant>&)>& row) {
   ObjectPtr fields = rs->get(u"Fields").toObject();
   std::vector<ObjectPtr> f;
   for (const ustring& n : names) f.push_back(fields->get(u"Item", {n}).toObject());
@@ -156,7 +158,8 @@ void readRecordset(const ObjectPtr& rs, const std::vector<ustring>& names, const
   }
 }
 
-void readFlows(const ObjectPtr& flows, const std::function<void(const ustring&, const ustring&, const Variant&)>& each) {
+void readFlows(const ObjectPtr& flows,
+               const std::function<void(const ustring&, const ustring&, const Variant&)>& each) {
   const int32_t n = flows->get(u"Count").toI4();
   for (int32_t i = 1; i <= n; ++i) {
     ObjectPtr r = flows->get(u"Item", {Variant(i)}).toObject();
@@ -168,10 +171,13 @@ void readFlows(const ObjectPtr& flows, const std::function<void(const ustring&, 
 std::vector<Row> rawRows(const ustring& props) {
   std::vector<Row> rows;
   readRecordset(call(kInfo, u"GetBillUseInfo", {props, ustring()}).toObject(), {u"FID", u"FName", u"FIsRun"},
-                [&](std::vector<Variant>& v) { rows.push_back({u"Normal", text(v[0]), text(v[1]), yesNo(v[2])}); });
-  readFlows(call(kFlows, u"GetAllFlow", {props}).toObject(), [&](const ustring& id, const ustring& name, const Variant& run) {
-    rows.push_back({u"ORN", id, name, yesNo(run)});
-  });
+                [&](std::vector<Variant>& v) {
+                  rows.push_back({u"Normal", text(v[0]), text(v[1]), yesNo(v[2])});
+                });
+  readFlows(call(kFlows, u"GetAllFlow", {props}).toObject(),
+            [&](const ustring& id, const ustring& name, const Variant& run) {
+              rows.push_back({u"ORN", id, name, yesNo(run)});
+            });
   return rows;
 }
 
@@ -204,7 +210,8 @@ std::vector<HWND> listWindows() {
       [](HWND h, LPARAM p) -> BOOL {
         wchar_t cls[64] = L"";
         GetClassNameW(h, cls, 64);
-        if (IsWindowVisible(h) && std::wstring(cls) == L"LumoDisplayer") reinterpret_cast<std::vector<HWND>*>(p)->push_back(h);
+        if (IsWindowVisible(h) && std::wstring(cls) == L"LumoDisplayer")
+          reinterpret_cast<std::vector<HWND>*>(p)->push_back(h);
         return TRUE;
       },
       reinterpret_cast<LPARAM>(&out));
@@ -231,8 +238,11 @@ class SizeRun {
     SetEnvironmentVariableW(L"LUMO_DEVHOST_DB", wz(path));
     db_ = std::make_unique<odbc::Connection>(devhost::connectStringFor(path));
     db_->execute(u"DELETE FROM dh_Switch");
-    props_ = com::createByProgId(u"PropsMgr.ShareProps")->call(u"SignIn", {ustring(u"administrator"), ustring(u"chs")}).toString();
-    f_.rows = static_cast<std::size_t>(db_->scalar(u"SELECT (SELECT COUNT(*) FROM t_SMSBillUse)+(SELECT COUNT(*) FROM t_MobileFlow)").toI4());
+    props_ = com::createByProgId(u"PropsMgr.ShareProps")
+                 ->call(u"SignIn", {ustring(u"administrator"), ustring(u"chs")})
+                 .toString();
+    f_.rows = static_cast<std::size_t>(
+        db_->scalar(u"SELECT (SELECT COUNT(*) FROM t_SMSBillUse)+(SELECT COUNT(*) FROM t_MobileFlow)").toI4());
     // One round of each, not counted: the first window and the first calls of a
     // process load code and classes that later rounds find ready.
     const Figures kept = f_;
@@ -309,7 +319,8 @@ class SizeRun {
       bare.showRows(rawRows(props_));
       readRecordset(call(kInfo, u"GetData", {props_, notify::noMobileCountSql()}).toObject(), {u"FCount"},
                     [](std::vector<Variant>&) {});
-      call(u"OxaBase.LogServer", u"WriteLog", {props_, ustring(u"SMS00107"), int32_t(1), ustring(), ustring(), ustring()});
+      call(u"OxaBase.LogServer", u"WriteLog",
+           {props_, ustring(u"SMS00107"), int32_t(1), ustring(), ustring(), ustring()});
       settle(bare.top());
       f_.startRaw.take(nowMs() - t0);
     }
@@ -383,10 +394,14 @@ int main(int argc, char** argv) {
       if (i + 1 >= argc) fail("missing value after " + a);
       return argv[++i];
     };
-    if (a == "--half") half = value();
-    else if (a == "--full") full = value();
-    else if (a == "--rounds") rounds = std::max(1, std::atoi(value().c_str()));
-    else fail("usage: notify_window_bench --half DB --full DB [--rounds N]");
+    if (a == "--half")
+      half = value();
+    else if (a == "--full")
+      full = value();
+    else if (a == "--rounds")
+      rounds = std::max(1, std::atoi(value().c_str()));
+    else
+      fail("usage: notify_window_bench --half DB --full DB [--rounds N]");
   }
   if (half.empty() || full.empty()) fail("usage: notify_window_bench --half DB --full DB [--rounds N]");
 

@@ -32,8 +32,7 @@ std::optional<int32_t> wholeNumber(const Variant& v) {
   } else {
     return std::nullopt;
   }
-  if (x != static_cast<double>(static_cast<long long>(x)) || x < -2147483648.0 || x > 2147483647.0)
-    return std::nullopt;
+  if (x != static_cast<double>(static_cast<long long>(x)) || x < -2147483648.0 || x > 2147483647.0) return std::nullopt;
   return static_cast<int32_t>(x);
 }
 
@@ -93,9 +92,8 @@ void writeFlag(HostDb& db, const char16_t* key, bool on) {
 // The workflows as the mobile component hands them out: a collection of records
 // keyed by field name.
 ObjectPtr flowCollection(HostDb& db, bool runningOnly) {
-  odbc::Result r = db.connection().query(
-      ustring(u"SELECT FID, FMCName, FIsMobileServiceRun FROM t_MobileFlow") +
-      (runningOnly ? u" WHERE FIsMobileServiceRun=1" : u"") + u" ORDER BY FID");
+  odbc::Result r = db.connection().query(ustring(u"SELECT FID, FMCName, FIsMobileServiceRun FROM t_MobileFlow") +
+                                         (runningOnly ? u" WHERE FIsMobileServiceRun=1" : u"") + u" ORDER BY FID");
   auto flows = std::make_shared<Collection>();
   flows->reserve(r.rows.size());
   const ustring id = u"FID", name = u"FMCName", run = u"FIsMobileServiceRun";
@@ -218,9 +216,12 @@ class BillUseUpdate : public Component {
     const bool on = arg(a, 2, member).toBool();
     const ustring kindText = textArg(a, 3, member);
     int32_t kind = 0;
-    if (kindText == u"2") kind = kKindBill;
-    else if (kindText == u"3") kind = kKindFlow;
-    else refuse(progId(), member, u"the kind must be \"2\" or \"3\", not '" + kindText + u"'");
+    if (kindText == u"2")
+      kind = kKindBill;
+    else if (kindText == u"3")
+      kind = kKindFlow;
+    else
+      refuse(progId(), member, u"the kind must be \"2\" or \"3\", not '" + kindText + u"'");
     std::vector<std::pair<int32_t, int32_t>> rows;  // user, service
     for (int32_t i = 1; i <= records.count(); ++i) {
       const ObjectPtr r = records.record(i);
@@ -296,8 +297,8 @@ void addServiceQueries(const MemberSink& add, const std::function<HostDb&()>& db
     needs(a, 2, u"GetBillUseInfo");
     ustring m;
     Args params;
-    const ustring where = groupAndModule(groupArg(a[1], progId, u"GetBillUseInfo"),
-                                         module(a, 2, u"GetBillUseInfo", m), params);
+    const ustring where =
+        groupAndModule(groupArg(a[1], progId, u"GetBillUseInfo"), module(a, 2, u"GetBillUseInfo", m), params);
     return Variant(recordsetOf(db().connection().query(
         u"SELECT b.FID, b.FName, b.FIsRun FROM t_SMSBillUse b JOIN t_SMSBillGroup g ON g.FID=b.FGroupID WHERE 1=1" +
             where + u" ORDER BY b.FGroupID, b.FID",
@@ -331,8 +332,8 @@ void addServiceQueries(const MemberSink& add, const std::function<HostDb&()>& db
     needs(a, 3, u"GetUserBillUseInfo");
     Args params{userArg(db(), a[1], progId, u"GetUserBillUseInfo")};
     ustring m;
-    const ustring where = groupAndModule(groupArg(a[2], progId, u"GetUserBillUseInfo"),
-                                         module(a, 3, u"GetUserBillUseInfo", m), params);
+    const ustring where =
+        groupAndModule(groupArg(a[2], progId, u"GetUserBillUseInfo"), module(a, 3, u"GetUserBillUseInfo", m), params);
     return Variant(recordsetOf(db().connection().query(
         u"SELECT b.FID AS FBillType, b.FName, CASE WHEN p.FServiceID IS NULL THEN 0 ELSE 1 END AS FPrescribe "
         u"FROM t_SMSBillUse b JOIN t_SMSBillGroup g ON g.FID=b.FGroupID LEFT JOIN t_SMSPrescribe p ON p.FUserID=? "

@@ -65,9 +65,12 @@ class Services : public test::DevHost {
 };
 
 TEST_F(Services, GroupsOfEveryModuleOrOfOne) {
-  EXPECT_EQ(rowsOf(info(u"GetBillInfo", {}), {u"FID", u"FName"}),
-            (Rows{{u"1", u"采购管理"}, {u"2", u"销售管理"}, {u"3", u"库存管理"}, {u"4", u"生产管理"}, {u"5", u"费用管理"},
-                  {u"6", u"质量管理"}}));
+  EXPECT_EQ(rowsOf(info(u"GetBillInfo", {}), {u"FID", u"FName"}), (Rows{{u"1", u"采购管理"},
+                                                                        {u"2", u"销售管理"},
+                                                                        {u"3", u"库存管理"},
+                                                                        {u"4", u"生产管理"},
+                                                                        {u"5", u"费用管理"},
+                                                                        {u"6", u"质量管理"}}));
   EXPECT_EQ(rowsOf(info(u"GetBillInfo", {u"Z"}), {u"FID"}), (Rows{{u"4"}, {u"6"}}));
   EXPECT_NE(errorOf([&] { info(u"GetBillInfo", {u"Q"}); }), 0);
 }
@@ -98,8 +101,8 @@ TEST_F(Services, WorkflowsComeAsACollectionFromOneReadByFieldName) {
 }
 
 TEST_F(Services, SwitchingBillTypesPersistsForTheNextReader) {
-  Variant list{ObjectPtr(records({record({{u"FID", u"103"}, {u"FName", u"采购入库单"}}),
-                                  record({{u"FID", u"502"}, {u"FName", u"借款单"}})}))};
+  Variant list{ObjectPtr(records(
+      {record({{u"FID", u"103"}, {u"FName", u"采购入库单"}}), record({{u"FID", u"502"}, {u"FName", u"借款单"}})}))};
   Variant on{true}, use{true};
   update(u"BillUseOperate", {Variant::ref(&list), Variant::ref(&on), Variant::ref(&use)});
   EXPECT_EQ(rowsOf(info(u"GetBillUseInfo", {u"1"}), {u"FID", u"FIsRun"}),
@@ -111,8 +114,9 @@ TEST_F(Services, SwitchingBillTypesPersistsForTheNextReader) {
 }
 
 TEST_F(Services, SwitchingWorkflowsTakesEachRecordsState) {
-  Variant list{ObjectPtr(records({record({{u"FID", u"1003001"}, {u"FName", u"x"}, {u"FIsMobileServiceRun", int32_t(1)}}),
-                                  record({{u"FID", u"1001001"}, {u"FName", u"y"}, {u"FIsMobileServiceRun", int32_t(0)}})}))};
+  Variant list{
+      ObjectPtr(records({record({{u"FID", u"1003001"}, {u"FName", u"x"}, {u"FIsMobileServiceRun", int32_t(1)}}),
+                         record({{u"FID", u"1001001"}, {u"FName", u"y"}, {u"FIsMobileServiceRun", int32_t(0)}})}))};
   Variant on{true}, use{false};
   update(u"BillOrnUseOperate", {Variant::ref(&list), Variant::ref(&on), Variant::ref(&use)});
   EXPECT_EQ(scalar(u"SELECT FIsMobileServiceRun FROM t_MobileFlow WHERE FID=1003001"), 1);
@@ -123,22 +127,28 @@ TEST_F(Services, ABadRecordLeavesEveryRowAsItWas) {
   Variant list{ObjectPtr(records({record({{u"FID", u"103"}, {u"FName", u"a"}}), record({{u"FName", u"无编号"}})}))};
   Variant on{true}, use{true};
   ustring why;
-  EXPECT_EQ(errorOf([&] { update(u"BillUseOperate", {Variant::ref(&list), Variant::ref(&on), Variant::ref(&use)}); },
-                    &why),
+  EXPECT_EQ(errorOf(
+                [&] {
+                  update(u"BillUseOperate", {Variant::ref(&list), Variant::ref(&on), Variant::ref(&use)});
+                },
+                &why),
             hosterr::BadArgument);
   EXPECT_NE(why.find(u"record 2 has no field FID"), ustring::npos) << u8(why);
   EXPECT_EQ(scalar(u"SELECT FIsRun FROM t_SMSBillUse WHERE FID=103"), 0);
   // An identifier that names no bill type: the rows before it are rolled back.
   Variant unknown{ObjectPtr(records({record({{u"FID", u"103"}}), record({{u"FID", u"999"}})}))};
-  EXPECT_EQ(errorOf([&] { update(u"BillUseOperate", {Variant::ref(&unknown), Variant::ref(&on), Variant::ref(&use)}); }),
+  EXPECT_EQ(errorOf([&] {
+              update(u"BillUseOperate", {Variant::ref(&unknown), Variant::ref(&on), Variant::ref(&use)});
+            }),
             hosterr::BadArgument);
   EXPECT_EQ(scalar(u"SELECT FIsRun FROM t_SMSBillUse WHERE FID=103"), 0);
 }
 
 TEST_F(Services, SubscriptionsOfTheCurrentUser) {
   const ustring me = userId();
-  EXPECT_EQ(rowsOf(info(u"GetUserBillInfo", {me}), {u"FBillType", u"FName"}),
-            (Rows{{u"1", u"采购管理"}, {u"2", u"销售管理"}, {u"3", u"库存管理"}, {u"4", u"生产管理"}, {u"5", u"费用管理"}}));
+  EXPECT_EQ(
+      rowsOf(info(u"GetUserBillInfo", {me}), {u"FBillType", u"FName"}),
+      (Rows{{u"1", u"采购管理"}, {u"2", u"销售管理"}, {u"3", u"库存管理"}, {u"4", u"生产管理"}, {u"5", u"费用管理"}}));
   EXPECT_EQ(rowsOf(info(u"GetUserBillInfo", {me, u"C"}), {u"FBillType"}), (Rows{{u"5"}}));
   EXPECT_EQ(rowsOf(info(u"GetUserBillUseInfo", {me, u"1"}), {u"FBillType", u"FName", u"FPrescribe"}),
             (Rows{{u"101", u"采购申请单", u"0"}, {u"102", u"采购订单", u"1"}}));
@@ -146,7 +156,8 @@ TEST_F(Services, SubscriptionsOfTheCurrentUser) {
   Variant user{me};
   EXPECT_EQ(rowsOf(info(u"GetORNUserBillUseInfo", {Variant::ref(&mine), Variant::ref(&user)}),
                    {u"FID", u"FMCName", u"FIsRun"}),
-            (Rows{{u"1001001", u"采购订单审批流", u"1"}, {u"1002001", u"生产计划审批流", u"0"},
+            (Rows{{u"1001001", u"采购订单审批流", u"1"},
+                  {u"1002001", u"生产计划审批流", u"0"},
                   {u"1006001", u"费用报销审批流", u"0"}}));
 }
 
@@ -166,7 +177,9 @@ TEST_F(Services, SubscribingAndUnsubscribingByKind) {
   Variant off{false};
   update(u"BillUserUseOperate", {Variant::ref(&bills), Variant::ref(&off), u"2"});
   EXPECT_EQ(rowsOf(info(u"GetUserBillUseInfo", {me, u"1"}), {u"FPrescribe"}), (Rows{{u"0"}, {u"0"}}));
-  EXPECT_EQ(errorOf([&] { update(u"BillUserUseOperate", {Variant::ref(&bills), Variant::ref(&on), u"4"}); }),
+  EXPECT_EQ(errorOf([&] {
+              update(u"BillUserUseOperate", {Variant::ref(&bills), Variant::ref(&on), u"4"});
+            }),
             hosterr::BadArgument);
 }
 
@@ -199,7 +212,9 @@ TEST_F(Services, FailureSwitchesHoldForTheNewMembers) {
   setSwitch(kUpdate, u"BillUseOperate", u"raise");
   Variant list{ObjectPtr(records({record({{u"FID", u"103"}})}))};
   Variant on{true}, use{true};
-  EXPECT_EQ(errorOf([&] { update(u"BillUseOperate", {Variant::ref(&list), Variant::ref(&on), Variant::ref(&use)}); }),
+  EXPECT_EQ(errorOf([&] {
+              update(u"BillUseOperate", {Variant::ref(&list), Variant::ref(&on), Variant::ref(&use)});
+            }),
             hosterr::Switched);
   EXPECT_EQ(scalar(u"SELECT FIsRun FROM t_SMSBillUse WHERE FID=103"), 0);
   setSwitch(kUpdate, u"*", u"missing");

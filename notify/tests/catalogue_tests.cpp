@@ -74,8 +74,8 @@ TEST_F(ServiceWindow, TreeHasGroupsBeforeWorkflowsUnderTheRoot) {
   EXPECT_EQ(t.key(t.firstRoot()), u"Root");
   EXPECT_EQ(t.text(t.firstRoot()), u"移动商务");
   EXPECT_TRUE(t.expanded(t.firstRoot()));
-  EXPECT_EQ(rootChildKeys(), (V{u"KG1", u"KG2", u"KG3", u"KG4", u"KB1001005", u"KB1002001", u"KB1006002",
-                                u"KB2000001"}));
+  EXPECT_EQ(rootChildKeys(),
+            (V{u"KG1", u"KG2", u"KG3", u"KG4", u"KB1001005", u"KB1002001", u"KB1006002", u"KB2000001"}));
   EXPECT_EQ(childTexts(u"Root"), (V{u"采购管理", u"销售管理", u"生产管理", u"空组", u"采购审批流", u"生产任务审批",
                                     u"费用报销审批", u"其他流程"}));
   EXPECT_EQ(view.treeLoads, 1);
@@ -97,9 +97,10 @@ TEST_F(ServiceWindow, EmptyWorkflowsGiveNoWorkflowNodesAndNoError) {
 
 TEST_F(ServiceWindow, RootListsEveryServiceOrdinaryFirst) {
   open();
-  EXPECT_EQ(listRows(), (V{u"Normal|71|采购订单|是", u"Normal|72|采购入库单|否", u"Normal|81|销售订单|是",
-                           u"Normal|82|销售出库单|否", u"Normal|91|生产任务单|否", u"ORN|1001005|采购审批流|是",
-                           u"ORN|1002001|生产任务审批|否", u"ORN|1006002|费用报销审批|否", u"ORN|2000001|其他流程|是"}));
+  EXPECT_EQ(listRows(),
+            (V{u"Normal|71|采购订单|是", u"Normal|72|采购入库单|否", u"Normal|81|销售订单|是",
+               u"Normal|82|销售出库单|否", u"Normal|91|生产任务单|否", u"ORN|1001005|采购审批流|是",
+               u"ORN|1002001|生产任务审批|否", u"ORN|1006002|费用报销审批|否", u"ORN|2000001|其他流程|是"}));
   EXPECT_EQ(view.rowCounts.back(), 10);
   EXPECT_EQ(view.selection, (std::vector<int32_t>{2}));
 }
@@ -143,8 +144,9 @@ TEST_F(ServiceWindow, EmptyListSelectsNothing) {
 }
 
 TEST_F(ServiceWindow, NullOrOddStatesReadAsNo) {
-  bills = {{u"1", u"1", u"空值", Variant::null()},  {u"2", u"1", u"文本一", u"1"},   {u"3", u"1", u"文本", u"是"},
-           {u"4", u"1", u"二", int32_t(2)},         {u"5", u"1", u"一点零", 1.0}, {u"6", u"1", Variant::null(), int32_t(1)}};
+  bills = {{u"1", u"1", u"空值", Variant::null()}, {u"2", u"1", u"文本一", u"1"},
+           {u"3", u"1", u"文本", u"是"},           {u"4", u"1", u"二", int32_t(2)},
+           {u"5", u"1", u"一点零", 1.0},           {u"6", u"1", Variant::null(), int32_t(1)}};
   open();
   click(u"KG1");
   EXPECT_EQ(listRows(), (V{u"Normal|1|空值|否", u"Normal|2|文本一|是", u"Normal|3|文本|否", u"Normal|4|二|否",
@@ -222,7 +224,9 @@ TEST_F(ServiceWindow, RecordsetWithoutAnExpectedFieldGivesAMessage) {
 
 TEST_F(ServiceWindow, NamesWithQuotesTabsAndLengthAreKept) {
   const ustring longName(4000, u'长');
-  bills = {{u"1", u"1", u"含'引号\"", int32_t(0)}, {u"2", u"1", u"含\t制表", int32_t(0)}, {u"3", u"1", longName, int32_t(0)}};
+  bills = {{u"1", u"1", u"含'引号\"", int32_t(0)},
+           {u"2", u"1", u"含\t制表", int32_t(0)},
+           {u"3", u"1", longName, int32_t(0)}};
   open();
   click(u"KG1");
   EXPECT_EQ(window->cellText(2, 3), u"含'引号\"");
@@ -281,6 +285,8 @@ TEST_F(ServiceWindow, UsersWithoutMobileAreListedInAListWindow) {
   EXPECT_EQ(windows.last().presenter.titles(), u"用户\t职员\t部门|");
   EXPECT_EQ(resultLines(), (V{u"无职员\t\t", u"李娜\t李娜\t财务部"}));
   EXPECT_EQ(windows.last().view.shows, 1);
+  EXPECT_EQ(windows.last().view.listColumns, 3);
+  EXPECT_EQ(windows.last().view.listRows, 3);
 }
 
 // ---- the older, module-split catalogue -----------------------------------------------------
@@ -356,11 +362,12 @@ TEST_F(ServiceWindow, PersonalStartReadsTheUserAndSkipsTheFlagCalls) {
 
 TEST_F(ServiceWindow, PersonalTreeAndListShowSubscriptions) {
   open(true);
-  EXPECT_EQ(rootChildKeys(), (V{u"KG1", u"KG2", u"KG3", u"KG4", u"KB1001005", u"KB1002001", u"KB1006002",
-                                u"KB2000001"}));
-  EXPECT_EQ(listRows(), (V{u"Normal|71|采购订单|是", u"Normal|72|采购入库单|否", u"Normal|81|销售订单|否",
-                           u"Normal|82|销售出库单|否", u"Normal|91|生产任务单|否", u"ORN|1001005|采购审批流|是",
-                           u"ORN|1002001|生产任务审批|否", u"ORN|1006002|费用报销审批|否", u"ORN|2000001|其他流程|否"}));
+  EXPECT_EQ(rootChildKeys(),
+            (V{u"KG1", u"KG2", u"KG3", u"KG4", u"KB1001005", u"KB1002001", u"KB1006002", u"KB2000001"}));
+  EXPECT_EQ(listRows(),
+            (V{u"Normal|71|采购订单|是", u"Normal|72|采购入库单|否", u"Normal|81|销售订单|否",
+               u"Normal|82|销售出库单|否", u"Normal|91|生产任务单|否", u"ORN|1001005|采购审批流|是",
+               u"ORN|1002001|生产任务审批|否", u"ORN|1006002|费用报销审批|否", u"ORN|2000001|其他流程|否"}));
   fake.clearJournal();
   click(u"KG1");
   EXPECT_EQ(fake.calls(u"LumoMSmsManager.clsBillUseInfo"),
@@ -397,9 +404,9 @@ TEST_F(ServiceWindow, PersonalOlderLoaderPassesTheModule) {
   fake.clearJournal();
   window->loadTreeDataOld();
   EXPECT_EQ(childKeys(u"W"), (V{u"KW1", u"KW2", u"KBW1001005", u"KBW2000001"}));
-  EXPECT_EQ(fake.calls(u"LumoMSmsManager.clsBillUseInfo"),
-            (std::vector<std::string>{"LumoMSmsManager.clsBillUseInfo.GetUserBillInfo('" + u8(props) +
-                                      "', '16394', 'W')"}));
+  EXPECT_EQ(
+      fake.calls(u"LumoMSmsManager.clsBillUseInfo"),
+      (std::vector<std::string>{"LumoMSmsManager.clsBillUseInfo.GetUserBillInfo('" + u8(props) + "', '16394', 'W')"}));
 }
 
 }  // namespace

@@ -15,7 +15,8 @@ const ustring kNoMobileCount =
 const ustring kNoMobileList =
     u"Select u.FName As FUserName,e.FName As FEmpName,d.FName As FDeptName From t_User u Left join t_Emp e On "
     u"u.FEmpID=e.FItemID Left join t_Department d On e.FDepartmentID=d.FItemID Where u.FUserID>=16384 And "
-    u"u.FUserID<=32767 And u.FForbidden=0 And (e.FItemID Is Null Or IsNull(LTrim(RTrim(e.FMobilePhone)),'')='') Order by "
+    u"u.FUserID<=32767 And u.FForbidden=0 And (e.FItemID Is Null Or IsNull(LTrim(RTrim(e.FMobilePhone)),'')='') Order "
+    u"by "
     u"u.FUserID";
 
 [[noreturn]] void unexpected(const ustring& member, const Args& a) {
@@ -52,7 +53,8 @@ void NotifyTest::fail(const ustring& member) const {
 ObjectPtr NotifyTest::flowCollection() {
   auto c = std::make_shared<Collection>();
   for (const Flow& f : flows)
-    c->add(Variant(ObjectPtr(recordOf({{u"FID", Variant(f.id)}, {u"FMCName", f.name}, {u"FIsMobileServiceRun", f.isRun}}))));
+    c->add(Variant(
+        ObjectPtr(recordOf({{u"FID", Variant(f.id)}, {u"FMCName", f.name}, {u"FIsMobileServiceRun", f.isRun}}))));
   if (extraFlowCount == 0) return c;
   // A collection that claims more than it holds.
   auto liar = std::make_shared<DynamicObject>(u"Collection");
@@ -77,8 +79,8 @@ NotifyTest::NotifyTest() {
 
   groups = {{u"1", u"采购管理", u"W"}, {u"2", u"销售管理", u"W"}, {u"3", u"生产管理", u"Z"}, {u"4", u"空组", u"C"}};
   bills = {
-      {u"71", u"1", u"采购订单", int32_t(1)},  {u"72", u"1", u"采购入库单", int32_t(0)},
-      {u"81", u"2", u"销售订单", int32_t(1)},  {u"82", u"2", u"销售出库单", Variant::null()},
+      {u"71", u"1", u"采购订单", int32_t(1)},   {u"72", u"1", u"采购入库单", int32_t(0)},
+      {u"81", u"2", u"销售订单", int32_t(1)},   {u"82", u"2", u"销售出库单", Variant::null()},
       {u"91", u"3", u"生产任务单", int32_t(0)},
   };
   flows = {
@@ -130,7 +132,8 @@ NotifyTest::NotifyTest() {
     });
     c.on(u"GetUserBillInfo", [this](InvokeKind, Args& a) -> Variant {
       fail(u"GetUserBillInfo");
-      expectShape(u"GetUserBillInfo", a, props, a.size() == 3 ? std::vector<bool>{true, false} : std::vector<bool>{true});
+      expectShape(u"GetUserBillInfo", a, props,
+                  a.size() == 3 ? std::vector<bool>{true, false} : std::vector<bool>{true});
       if (a[1].deref().toString() != userId) unexpected(u"GetUserBillInfo", a);
       FakeTable t{{u"FBillType", u"FName"}, {}};
       for (const Group& g : groups)
@@ -161,8 +164,7 @@ NotifyTest::NotifyTest() {
     c.on(u"GetData", [this](InvokeKind, Args& a) -> Variant {
       expectShape(u"GetData", a, props, {false});
       const ustring sql = a[1].toString();
-      if (sql == kNoMobileCount)
-        return Variant(makeRecordset({{u"FCount"}, {{Variant(usersWithoutMobile)}}}));
+      if (sql == kNoMobileCount) return Variant(makeRecordset({{u"FCount"}, {{Variant(usersWithoutMobile)}}}));
       if (sql == kNoMobileList)
         return Variant(makeRecordset({{u"FUserName", u"FEmpName", u"FDeptName"},
                                       {{Variant(u"无职员"), Variant::null(), Variant::null()},
@@ -238,8 +240,10 @@ NotifyTest::NotifyTest() {
       const bool on = op.on.toBool();
       std::set<ustring>& subs = op.last.rawString() == u"2" ? billSubscriptions : flowSubscriptions;
       for (auto& r : op.records) {
-        if (on) subs.insert(r[u"FServiceID"].toString());
-        else subs.erase(r[u"FServiceID"].toString());
+        if (on)
+          subs.insert(r[u"FServiceID"].toString());
+        else
+          subs.erase(r[u"FServiceID"].toString());
       }
       operations.push_back(std::move(op));
       return Variant();

@@ -37,20 +37,23 @@ TEST_F(Switching, MixedSelectionSwitchesOrdinaryFirstAndReportsInOrder) {
   EXPECT_EQ(operations[0].records[1], (std::map<ustring, Variant>{{u"FID", u"82"}, {u"FName", u"销售出库单"}}));
   ASSERT_EQ(operations[1].records.size(), 1u);
   EXPECT_EQ(operations[1].records[0],
-            (std::map<ustring, Variant>{{u"FID", u"1002001"}, {u"FName", u"生产任务审批"}, {u"FIsMobileServiceRun", int32_t(1)}}));
+            (std::map<ustring, Variant>{
+                {u"FID", u"1002001"}, {u"FName", u"生产任务审批"}, {u"FIsMobileServiceRun", int32_t(1)}}));
 
   // The list is read again for the selected node and shows the stored state.
-  EXPECT_EQ(listRows(), (V{u"Normal|71|采购订单|是", u"Normal|72|采购入库单|是", u"Normal|81|销售订单|是",
-                           u"Normal|82|销售出库单|是", u"Normal|91|生产任务单|否", u"ORN|1001005|采购审批流|是",
-                           u"ORN|1002001|生产任务审批|是", u"ORN|1006002|费用报销审批|否", u"ORN|2000001|其他流程|是"}));
+  EXPECT_EQ(listRows(),
+            (V{u"Normal|71|采购订单|是", u"Normal|72|采购入库单|是", u"Normal|81|销售订单|是",
+               u"Normal|82|销售出库单|是", u"Normal|91|生产任务单|否", u"ORN|1001005|采购审批流|是",
+               u"ORN|1002001|生产任务审批|是", u"ORN|1006002|费用报销审批|否", u"ORN|2000001|其他流程|是"}));
 
   EXPECT_EQ(auditBatches(), (std::vector<V>{{u"启用审批通知服务:[采购入库单]", u"启用审批通知服务:[销售出库单]",
                                              u"启用审批通知服务:[生产任务审批]"}}));
   ASSERT_EQ(listWindows(), 1u);
   EXPECT_EQ(windows.last().presenter.titles(), u"显示信息|");
-  EXPECT_EQ(resultLines(), (V{u"启用[采购入库单]短信通知成功！", u"启用[销售出库单]短信通知成功！",
-                              u"启用[生产任务审批]短信通知成功！", u"启用[采购订单]短信通知失败！该服务已经启用短信通知！",
-                              u"启用[采购审批流]短信通知失败！该服务已经启用短信通知！"}));
+  EXPECT_EQ(resultLines(),
+            (V{u"启用[采购入库单]短信通知成功！", u"启用[销售出库单]短信通知成功！",
+               u"启用[生产任务审批]短信通知成功！", u"启用[采购订单]短信通知失败！该服务已经启用短信通知！",
+               u"启用[采购审批流]短信通知失败！该服务已经启用短信通知！"}));
   EXPECT_EQ(windows.last().view.shows, 1);
   EXPECT_FALSE(windows.last().view.shownModal);
   // Loaded with its lines: the title line and one per result.
@@ -234,10 +237,9 @@ TEST_F(Switching, PersonalMixedSelectionSubscribesOrdinaryThenWorkflows) {
   EXPECT_EQ(operations[1].last, Variant(u"3"));
   EXPECT_EQ(operations[0].on, Variant(true));
   ASSERT_EQ(operations[0].records.size(), 1u);
-  EXPECT_EQ(operations[0].records[0], (std::map<ustring, Variant>{{u"FServiceID", u"81"},
-                                                                  {u"FName", u"销售订单"},
-                                                                  {u"FUserID", u"16394"},
-                                                                  {u"FUserName", u"张伟"}}));
+  EXPECT_EQ(operations[0].records[0],
+            (std::map<ustring, Variant>{
+                {u"FServiceID", u"81"}, {u"FName", u"销售订单"}, {u"FUserID", u"16394"}, {u"FUserName", u"张伟"}}));
   EXPECT_EQ(operations[1].records[0][u"FServiceID"], Variant(u"1006002"));
   EXPECT_EQ(billSubscriptions, (std::set<ustring>{u"71", u"81"}));
   EXPECT_EQ(flowSubscriptions, (std::set<ustring>{u"1001005", u"1006002"}));

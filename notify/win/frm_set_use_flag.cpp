@@ -21,8 +21,8 @@ class FrmSetUseFlag final : public Window, public notify::SetUseFlagView {
   FrmSetUseFlag() : Window(u"frmSetUseFlag"), presenter_(*this) {}
 
   void showModal(HWND owner) {
-    createDialog(WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_3DLOOK, WS_EX_DLGMODALFRAME | WS_EX_CONTROLPARENT,
-                 owner);
+    createDialog(WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_3DLOOK,
+                 WS_EX_DLGMODALFRAME | WS_EX_CONTROLPARENT, owner);
     ShowWindow(hwnd(), SW_SHOW);
     runModal(owner);
   }
@@ -43,13 +43,20 @@ class FrmSetUseFlag final : public Window, public notify::SetUseFlagView {
  private:
   HWND control(OptionControl c) const {
     switch (c) {
-      case OptionControl::Form: return hwnd();
-      case OptionControl::fam1: return fam1_;
-      case OptionControl::fam2: return fam2_;
-      case OptionControl::chkFlag: return chkFlag_;
-      case OptionControl::chkFlagAudit: return chkFlagAudit_;
-      case OptionControl::cmdOk: return cmdOk_;
-      case OptionControl::cmdCancel: return cmdCancel_;
+      case OptionControl::Form:
+        return hwnd();
+      case OptionControl::fam1:
+        return fam1_;
+      case OptionControl::fam2:
+        return fam2_;
+      case OptionControl::chkFlag:
+        return chkFlag_;
+      case OptionControl::chkFlagAudit:
+        return chkFlagAudit_;
+      case OptionControl::cmdOk:
+        return cmdOk_;
+      case OptionControl::cmdCancel:
+        return cmdCancel_;
     }
     return nullptr;
   }
@@ -59,12 +66,11 @@ class FrmSetUseFlag final : public Window, public notify::SetUseFlagView {
       case WM_INITDIALOG: {
         dpi_ = windowDpi(hwnd());
         fam1_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | BS_GROUPBOX, 0, idFam1);
-        chkFlag_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | WS_GROUP | BS_AUTOCHECKBOX | BS_MULTILINE, 0,
-                                 idChkFlag);
+        chkFlag_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | WS_GROUP | BS_AUTOCHECKBOX | BS_MULTILINE,
+                                 0, idChkFlag);
         fam2_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | BS_GROUPBOX, 0, idFam2);
-        chkFlagAudit_ =
-            createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | WS_GROUP | BS_AUTOCHECKBOX | BS_MULTILINE, 0,
-                          idChkFlagAudit);
+        chkFlagAudit_ = createControl(
+            hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | WS_GROUP | BS_AUTOCHECKBOX | BS_MULTILINE, 0, idChkFlagAudit);
         cmdOk_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | WS_GROUP | BS_DEFPUSHBUTTON, 0, idCmdOk);
         cmdCancel_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, idCmdCancel);
         font_ = messageFont(dpi_);
@@ -78,11 +84,16 @@ class FrmSetUseFlag final : public Window, public notify::SetUseFlagView {
       }
       case WM_COMMAND: {
         const int id = LOWORD(wParam), code = HIWORD(wParam);
-        if (id == IDCANCEL) presenter_.cmdCancelClick();
-        else if (id == idCmdCancel && code == BN_CLICKED) presenter_.cmdCancelClick();
-        else if ((id == idCmdOk || id == IDOK) && code == BN_CLICKED) presenter_.cmdOkClick();
-        else if (id == idChkFlag && code == BN_CLICKED) presenter_.chkFlagClick();
-        else if (id == idChkFlagAudit && code == BN_CLICKED) presenter_.chkFlagAuditClick();
+        if (id == IDCANCEL)
+          presenter_.cmdCancelClick();
+        else if (id == idCmdCancel && code == BN_CLICKED)
+          presenter_.cmdCancelClick();
+        else if ((id == idCmdOk || id == IDOK) && code == BN_CLICKED)
+          presenter_.cmdOkClick();
+        else if (id == idChkFlag && code == BN_CLICKED)
+          presenter_.chkFlagClick();
+        else if (id == idChkFlagAudit && code == BN_CLICKED)
+          presenter_.chkFlagAuditClick();
         return true;
       }
       case WM_CLOSE:
@@ -101,8 +112,10 @@ class FrmSetUseFlag final : public Window, public notify::SetUseFlagView {
                        static_cast<DWORD>(GetWindowLongPtrW(hwnd(), GWL_EXSTYLE)));
     RECT owner{};
     HWND parent = GetWindow(hwnd(), GW_OWNER);
-    if (parent) GetWindowRect(parent, &owner);
-    else owner = RECT{0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
+    if (parent)
+      GetWindowRect(parent, &owner);
+    else
+      owner = RECT{0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
     const int w = want.right - want.left, h = want.bottom - want.top;
     SetWindowPos(hwnd(), nullptr, (owner.left + owner.right - w) / 2, (owner.top + owner.bottom - h) / 2, w, h,
                  SWP_NOZORDER | SWP_NOACTIVATE);

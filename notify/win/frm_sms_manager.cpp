@@ -6,8 +6,6 @@
 // It is a dialog of the window base shown modal, so Esc and tabbing work in the
 // loop that runs it. The list is owner-data: it asks the presenter for the cells
 // it shows, so thousands of services cost nothing until they are scrolled to.
-#include "notify/win/windows.h"
-
 #include <windows.h>
 #include <commdlg.h>
 #include <windowsx.h>
@@ -21,6 +19,7 @@
 #include "display/win/page_layout.h"
 #include "host/language.h"
 #include "notify/service_manager.h"
+#include "notify/win/windows.h"
 #include "win32/controls.h"
 #include "win32/window.h"
 
@@ -45,11 +44,10 @@ class Separator final : public Window {
   };
   explicit Separator(Listener& listener) : Window(u"Sep"), listener_(listener) {}
   void create(HWND parent) {
-    Window::create(WindowClass{.name = L"LumoSeparator",
-                               .background = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1),
-                               .cursor = IDC_SIZEWE},
-                   L"", WS_CHILD | WS_VISIBLE, 0, 0, 0, 4, 4, parent,
-                   reinterpret_cast<HMENU>(static_cast<INT_PTR>(idSep)));
+    Window::create(
+        WindowClass{
+            .name = L"LumoSeparator", .background = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1), .cursor = IDC_SIZEWE},
+        L"", WS_CHILD | WS_VISIBLE, 0, 0, 0, 4, 4, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(idSep)));
   }
 
  private:
@@ -96,8 +94,8 @@ class FrmSmsManager final : public Window, public notify::ServiceManagerView, pr
   // Creates the window (the presenter's Form_Load runs), shows it and returns
   // once it has been closed.
   void showModal() {
-    INITCOMMONCONTROLSEX icc{sizeof icc, ICC_TREEVIEW_CLASSES | ICC_LISTVIEW_CLASSES | ICC_BAR_CLASSES |
-                                             ICC_STANDARD_CLASSES};
+    INITCOMMONCONTROLSEX icc{sizeof icc,
+                             ICC_TREEVIEW_CLASSES | ICC_LISTVIEW_CLASSES | ICC_BAR_CLASSES | ICC_STANDARD_CLASSES};
     InitCommonControlsEx(&icc);
     createDialog(WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_THICKFRAME | WS_MINIMIZEBOX | WS_MAXIMIZEBOX | DS_3DLOOK,
                  WS_EX_APPWINDOW | WS_EX_CONTROLPARENT, nullptr);
@@ -159,7 +157,8 @@ class FrmSmsManager final : public Window, public notify::ServiceManagerView, pr
     std::vector<int32_t> rows;
     if (!list_) return rows;
     rows.reserve(static_cast<std::size_t>(ListView_GetSelectedCount(list_)));
-    for (int i = ListView_GetNextItem(list_, -1, LVNI_SELECTED); i >= 0; i = ListView_GetNextItem(list_, i, LVNI_SELECTED))
+    for (int i = ListView_GetNextItem(list_, -1, LVNI_SELECTED); i >= 0;
+         i = ListView_GetNextItem(list_, i, LVNI_SELECTED))
       rows.push_back(i + 2);
     return rows;
   }
@@ -293,6 +292,11 @@ class FrmSmsManager final : public Window, public notify::ServiceManagerView, pr
       }
       case WM_NOTIFY:
         return onNotify(*reinterpret_cast<NMHDR*>(lParam), result);
+      case WM_CONTEXTMENU:
+        // The tool bar's actions from the keyboard (Shift+F10, the menu key) or the mouse.
+        if (reinterpret_cast<HWND>(wParam) != list_ && reinterpret_cast<HWND>(wParam) != tree_) return false;
+        toolMenu(reinterpret_cast<HWND>(wParam), lParam);
+        return true;
       case WM_CLOSE:
         destroy();
         return true;
@@ -310,7 +314,39 @@ class FrmSmsManager final : public Window, public notify::ServiceManagerView, pr
       presenter_.formKeyDown(112);
       return true;
     }
+    // Ctrl+A in the list selects every service, as the tool bar's button does.
+    if (msg.message == WM_KEYDOWN && msg.wParam == 'A' && msg.hwnd == list_ && (GetKeyState(VK_CONTROL) & 0x8000)) {
+      presenter_.toolButtonClick(notify::toolkey::SelectAll);
+      return true;
+    }
     return false;
+  }
+
+  // The tool bar's buttons as a context menu; the chosen one runs as if clicked.
+  void toolMenu(HWND from, LPARAM at) {
+    Menu menu(CreatePopupMenu());
+    if (!menu) return;
+    for (std::size_t i = 0; i < buttons_.size(); ++i)
+      AppendMenuW(menu.get(), MF_STRING, static_cast<UINT_PTR>(kToolIdBase + static_cast<int>(i)),
+                  wz(buttons_[i].caption));
+    POINT pt{GET_X_LPARAM(at), GET_Y_LPARAM(at)};
+    if (at == -1) {  // from the keyboard: below the focused row or the control's corner
+      RECT r{};
+      GetWindowRect(from, &r);
+      pt = POINT{r.left + scale(16, dpi_), r.top + scale(24, dpi_)};
+      const int focused = from == list_ ? ListView_GetNextItem(list_, -1, LVNI_FOCUSED) : -1;
+      if (focused >= 0 && ListView_GetItemRect(list_, focused, &r, LVIR_LABEL)) {
+        POINT p{r.left, r.bottom};
+        ClientToScreen(list_, &p);
+        pt = p;
+      }
+    }
+    const int id = static_cast<int>(
+        TrackPopupMenu(menu.get(), TPM_RETURNCMD | TPM_RIGHTBUTTON | TPM_NONOTIFY, pt.x, pt.y, 0, hwnd(), nullptr));
+    if (id >= kToolIdBase && id < kToolIdBase + static_cast<int>(buttons_.size())) {
+      const ustring key = buttons_[static_cast<std::size_t>(id - kToolIdBase)].key;
+      presenter_.toolButtonClick(key);
+    }
   }
 
   bool onNotify(NMHDR& h, LRESULT& result) {
@@ -338,8 +374,8 @@ class FrmSmsManager final : public Window, public notify::ServiceManagerView, pr
   }
 
   void createControls() {
-    toolBar_ = createControl(hwnd(), TOOLBARCLASSNAMEW, WS_VISIBLE | TBSTYLE_FLAT | TBSTYLE_LIST | CCS_TOP | CCS_NODIVIDER,
-                             0, idToolBar);
+    toolBar_ = createControl(hwnd(), TOOLBARCLASSNAMEW,
+                             WS_VISIBLE | TBSTYLE_FLAT | TBSTYLE_LIST | CCS_TOP | CCS_NODIVIDER, 0, idToolBar);
     SendMessageW(toolBar_, TB_BUTTONSTRUCTSIZE, sizeof(TBBUTTON), 0);
     SendMessageW(toolBar_, TB_SETEXTENDEDSTYLE, 0, TBSTYLE_EX_MIXEDBUTTONS);
     SendMessageW(toolBar_, TB_SETPADDING, 0, MAKELPARAM(scale(12, dpi_), scale(8, dpi_)));
@@ -350,8 +386,9 @@ class FrmSmsManager final : public Window, public notify::ServiceManagerView, pr
                           WS_EX_CLIENTEDGE, idTree);
     sep_.create(hwnd());
     faList_ = createControl(hwnd(), L"BUTTON", WS_VISIBLE | BS_GROUPBOX, 0, idFaList);
-    list_ = createControl(hwnd(), WC_LISTVIEWW, WS_VISIBLE | WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS,
-                          WS_EX_CLIENTEDGE, idList);
+    list_ =
+        createControl(hwnd(), WC_LISTVIEWW, WS_VISIBLE | WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS,
+                      WS_EX_CLIENTEDGE, idList);
     ListView_SetExtendedListViewStyle(list_, LVS_EX_FULLROWSELECT | LVS_EX_GRIDLINES | LVS_EX_DOUBLEBUFFER);
     // The drag bar: above everything while the separator is dragged.
     bar_ = createControl(hwnd(), L"STATIC", SS_GRAYRECT, 0, idBar);

@@ -33,11 +33,11 @@ namespace lumo::win32 {
 namespace {
 
 using namespace lumo::win32::sms_manager;
+using lumo::wz;
 using lumo::test::environment;
 using lumo::test::RegisteredServers;
 using lumo::test::u16;
 using lumo::test::u8;
-using lumo::wz;
 using lumo::win32::windowText;
 namespace odbc = lumo::devhost::odbc;
 using Texts = std::vector<ustring>;
@@ -93,8 +93,12 @@ HWND firstWindow(const std::function<bool(HWND)>& test) {
 HWND serviceWindow() {
   return firstWindow([](HWND h) { return GetDlgItem(h, idTree) && GetDlgItem(h, idList) && GetDlgItem(h, idSep); });
 }
-HWND optionsDialog() { return firstWindow([](HWND h) { return GetDlgItem(h, set_use_flag::idChkFlagAudit) != nullptr; }); }
-HWND messageBox() { return firstWindow([](HWND h) { return lumo::test::isMessageBox(h); }); }
+HWND optionsDialog() {
+  return firstWindow([](HWND h) { return GetDlgItem(h, set_use_flag::idChkFlagAudit) != nullptr; });
+}
+HWND messageBox() {
+  return firstWindow([](HWND h) { return lumo::test::isMessageBox(h); });
+}
 
 // The next message box is read into 'text' and answered with 'button'.
 void answerBox(int button, ustring* text) {
@@ -252,9 +256,10 @@ class NotifyWindow : public ::testing::Test {
   // The batch audit descriptions written since the test began, in order.
   Texts batchAudit(const ustring& funcId) {
     Texts out;
-    for (const auto& r : db_->query(u"SELECT FDesc FROM dh_AuditLog WHERE FBatch=1 AND FFuncID=? AND FID>? ORDER BY FID",
-                                    {funcId, lastAudit_})
-                             .rows)
+    for (const auto& r :
+         db_->query(u"SELECT FDesc FROM dh_AuditLog WHERE FBatch=1 AND FFuncID=? AND FID>? ORDER BY FID",
+                    {funcId, lastAudit_})
+             .rows)
       out.push_back(r[0].toString());
     return out;
   }
@@ -348,8 +353,8 @@ TEST_F(NotifyWindow, ServiceManagementListsSwitchesAndReports) {
 
     clickNode(tree, nodes[0]);
     EXPECT_EQ(rows(list), (Texts{u"采购申请单|是", u"采购订单|是", u"采购入库单|否"}));
-    const auto contract = std::find_if(nodes.begin(), nodes.end(),
-                                       [&](HTREEITEM n) { return itemText(tree, n) == u"销售合同审批流"; });
+    const auto contract =
+        std::find_if(nodes.begin(), nodes.end(), [&](HTREEITEM n) { return itemText(tree, n) == u"销售合同审批流"; });
     ASSERT_NE(contract, nodes.end());
     clickNode(tree, *contract);
     EXPECT_EQ(rows(list), (Texts{u"销售合同审批流|否"}));
@@ -380,8 +385,9 @@ TEST_F(NotifyWindow, ServiceManagementListsSwitchesAndReports) {
     saveShot(w, u"notify-service-chs");
 
     // A failing switch: its text, the list as it was, no audit record.
-    db_->execute(u"INSERT INTO dh_Switch (FComponent, FMethod, FMode) VALUES ('LumoMSmsManager.clsBillUseUpdate', "
-                 u"'BillUseOperate', 'raise')");
+    db_->execute(
+        u"INSERT INTO dh_Switch (FComponent, FMethod, FMode) VALUES ('LumoMSmsManager.clsBillUseUpdate', "
+        u"'BillUseOperate', 'raise')");
     const int32_t auditBefore = number(u"SELECT COUNT(*) FROM dh_AuditLog");
     selectByName(list, {u"借款单"});
     ustring box;
@@ -399,11 +405,35 @@ TEST_F(NotifyWindow, ServiceManagementListsSwitchesAndReports) {
     }
     db_->execute(u"DELETE FROM dh_Switch");
 
-    // Select all and clear.
+    // Who will not get the SMS: a list window of user, employee and department.
+    pressTool(w, 8);
+    {
+      const auto lists = listWindows();
+      ASSERT_EQ(lists.size(), 1u);
+      const Texts lines = listLines(lists[0]);
+      ASSERT_EQ(lines.size(), 5u);
+      EXPECT_EQ(lines[0], u"陈静");
+      EXPECT_EQ(cell(GetDlgItem(lists[0], displayer::kListId), 0, 3), u"财务部");
+      SendMessageW(lists[0], WM_CLOSE, 0, 0);
+      pump(100);
+    }
+
+    // Select all and clear; Ctrl+A in the list selects all too.
     pressTool(w, 2);
     EXPECT_EQ(static_cast<int>(ListView_GetSelectedCount(list)), 19);
     pressTool(w, 3);
     EXPECT_EQ(ListView_GetSelectedCount(list), 0u);
+    SetFocus(list);
+    BYTE keys[256] = {};
+    GetKeyboardState(keys);
+    keys[VK_CONTROL] = 0x80;
+    SetKeyboardState(keys);
+    PostMessageW(list, WM_KEYDOWN, 'A', 1);
+    pump(150);
+    keys[VK_CONTROL] = 0;
+    SetKeyboardState(keys);
+    EXPECT_EQ(static_cast<int>(ListView_GetSelectedCount(list)), 19);
+    pressTool(w, 3);
 
     // The separator follows the mouse and keeps 1000 twips on either side.
     HWND sep = GetDlgItem(w, idSep);
@@ -487,8 +517,8 @@ TEST_F(NotifyWindow, PersonalSubscriptionsOrdinaryBeforeWorkflows) {
     CloseAtEnd closer{w};
     HWND list = GetDlgItem(w, idList);
     EXPECT_EQ(windowText(w), u"个人审批通知设置");
-    EXPECT_EQ(toolCaptions(w), (Texts{u"启用", u"停用", u"全选", u"全清", u"打印", u"打印设置", u"打印预览", u"帮助",
-                                      u"退出"}));
+    EXPECT_EQ(toolCaptions(w),
+              (Texts{u"启用", u"停用", u"全选", u"全清", u"打印", u"打印设置", u"打印预览", u"帮助", u"退出"}));
     EXPECT_EQ(rows(list), (Texts{u"采购申请单|否", u"采购订单|是", u"销售订单|否", u"盘点单|否", u"生产任务单|否",
                                  u"费用报销单|否", u"采购订单审批流|否", u"生产计划审批流|否", u"费用报销审批流|是"}));
     selectByName(list, {u"采购申请单", u"采购订单", u"生产计划审批流"});
@@ -510,9 +540,9 @@ TEST_F(NotifyWindow, PersonalSubscriptionsOrdinaryBeforeWorkflows) {
   });
   command(u"UserSms", u"x");
   EXPECT_TRUE(ran);
-  EXPECT_EQ(number(u"SELECT COUNT(*) FROM dh_AuditLog WHERE FBatch=0 AND FFuncID='SMS00102' AND FID>" +
-                   toText(lastAudit_)),
-            2);
+  EXPECT_EQ(
+      number(u"SELECT COUNT(*) FROM dh_AuditLog WHERE FBatch=0 AND FFuncID='SMS00102' AND FID>" + toText(lastAudit_)),
+      2);
 }
 
 // The three windows in the session's language (LUMO_NOTIFY_LANGUAGE, chs by
