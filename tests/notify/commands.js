@@ -49,14 +49,14 @@ check("no box for a bound user", lines("boxes.txt").length, 0);
 
 // A user bound to no employee is refused, and no window comes up.
 share.SignIn("临时用户", "chs");
-closeWhenShown("个人审批通知设置", 3);
+closeWhenShown("个人审批通知设置", 1);
 manager.UserSms("");
 var boxes = lines("boxes.txt");
 check("one box for the refused user", boxes.length, 1);
 check("the refusal", boxes[0].split("\t")[1], "该用户没有关联职员，不能进行个人审批通知设置");
 // The closer gives up after its wait; a closer for a window that never comes, run
 // to its end, lets that wait pass.
-shell.Run("\"" + folder + "\\window_closer.exe\" \"" + folder + "\\waited.txt\" \"-\" 5", 0, true);
+shell.Run("\"" + folder + "\\window_closer.exe\" \"" + folder + "\\waited.txt\" \"-\" 2", 0, true);
 closed = lines("closed.txt");
 check("no window for the refused user", closed[3], "none");
 
