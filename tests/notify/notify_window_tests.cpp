@@ -405,6 +405,25 @@ TEST_F(NotifyWindow, ServiceManagementListsSwitchesAndReports) {
     }
     db_->execute(u"DELETE FROM dh_Switch");
 
+    // Printing: no printer under Wine, said so; the usage log is written after the
+    // print operation. The preview needs no printer.
+    {
+      ustring box;
+      answerBox(IDOK, &box);
+      pressTool(w, 4);
+      pump(200);
+      EXPECT_NE(box.find(u"打印机"), ustring::npos) << u8(box);
+      EXPECT_EQ(number(u"SELECT COUNT(*) FROM dh_AuditLog WHERE FFuncID='SMS00107' AND FStatement=5 AND "
+                       u"FDesc='打印审批通知服务列表' AND FID>" +
+                       toText(lastAudit_)),
+                1);
+      pressTool(w, 6);
+      const auto previews = lumo::test::threadWindowsOfClass(displayer::kPreviewClass);
+      ASSERT_EQ(previews.size(), 1u);
+      SendMessageW(previews[0], WM_CLOSE, 0, 0);
+      pump(100);
+    }
+
     // Who will not get the SMS: a list window of user, employee and department.
     pressTool(w, 8);
     {
@@ -503,7 +522,8 @@ TEST_F(NotifyWindow, ServiceManagementListsSwitchesAndReports) {
                                   {lastAudit_})
                            .rows)
     usage.push_back(r[0].toString());
-  EXPECT_EQ(usage, (Texts{u"1", u"3"}));
+  // Opened, printed, closed.
+  EXPECT_EQ(usage, (Texts{u"1", u"5", u"3"}));
 }
 
 TEST_F(NotifyWindow, PersonalSubscriptionsOrdinaryBeforeWorkflows) {
