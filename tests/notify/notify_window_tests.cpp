@@ -576,6 +576,21 @@ TEST_F(NotifyWindow, ThreeWindowsInTheSessionLanguage) {
     CloseAtEnd closer{w};
     EXPECT_EQ(windowText(w), chs ? u"审批通知服务管理" : u"Approval Notification Services");
     saveShot(w, u"notify-service-" + language);
+    // The first service is on already: Start gives one refusal line, and no change.
+    HWND list = GetDlgItem(w, idList);
+    ASSERT_EQ(selectedItems(list), (std::vector<int>{0}));
+    ASSERT_EQ(cell(list, 0, 3), chs ? u"是" : u"Yes");
+    pressTool(w, 0);
+    const auto shown = listWindows();
+    ASSERT_EQ(shown.size(), 1u);
+    const Texts lines = listLines(shown[0]);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0], chs ? u"启用[采购申请单]短信通知失败！该服务已经启用短信通知！"
+                            : u"Could not enable SMS notification for [采购申请单]! The service already has SMS "
+                              u"notification enabled!");
+    saveShot(shown[0], u"notify-result-" + language);
+    SendMessageW(shown[0], WM_CLOSE, 0, 0);
+    pump(100);
     withOptions(w, [&](HWND d) {
       EXPECT_EQ(windowText(GetDlgItem(d, set_use_flag::idCmdOk)), chs ? u"确定(&O)" : u"&OK");
       saveShot(d, u"notify-options-" + language);
