@@ -8,6 +8,7 @@
 #include "display/win/windows.h"
 #include "host/commands.h"
 #include "host/services.h"
+#include "notify/win/windows.h"
 #include "sms/win/windows.h"
 #include "smslog/win/windows.h"
 #include "win32/window.h"
@@ -36,6 +37,10 @@ class AddinWindows final : public WindowFactory {
         return win32::makeSendSmsWindow(liveObject());
       case Command::ShowSmsLog:
         return win32::makeMobileLogWindow(liveObject(), *this);
+      case Command::SmsManager:
+        return win32::makeSmsManagerWindow(liveObject(), *this);
+      case Command::UserSms:
+        return win32::makeUserSmsWindow(liveObject(), *this);
       default:
         notAvailable(u"clsSmsManager", commandInfo(command).name);
     }

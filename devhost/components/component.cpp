@@ -79,6 +79,7 @@ static Variant emptyOf(Answer a) {
     case Answer::Long: return static_cast<int32_t>(0);
     case Answer::Bool: return false;
     case Answer::Recordset: return ObjectPtr(std::make_shared<RecordsetObject>());
+    case Answer::Collection: return ObjectPtr(std::make_shared<Collection>());
     default: return {};
   }
 }

@@ -14,8 +14,9 @@
 namespace lumo::devhost {
 
 // What a member answers; a member switched to 'empty' answers the empty value
-// of its kind ("" / 0 / False / a recordset without rows / Empty).
-enum class Answer { Nothing, Text, Long, Bool, Recordset, Value };
+// of its kind ("" / 0 / False / a recordset without rows / a collection without
+// items / Empty).
+enum class Answer { Nothing, Text, Long, Bool, Recordset, Value, Collection };
 
 class Component : public Object {
  public:

@@ -2,6 +2,7 @@
 
 #include "devhost/components/component.h"
 #include "devhost/components/gateway_log.h"
+#include "devhost/components/notify_components.h"
 #include "devhost/components/parameter_set.h"
 #include "devhost/components/recordset.h"
 #include "devhost/components/sql_dialect.h"
@@ -323,6 +324,8 @@ class BillUseInfo : public Component {
       std::optional<Employee> e = sessionEmployee(db(), arg(a, 0, u"GetEmpMobile"));
       return Variant(e && !e->mobile.isNull() ? e->mobile.toString() : ustring());
     });
+    addServiceQueries([this](const ustring& name, Answer answer, Handler h) { method(name, answer, std::move(h)); },
+                      [this]() -> HostDb& { return db(); }, this->progId());
   }
 
  private:
@@ -523,6 +526,11 @@ const std::vector<Entry>& entries() {
        &make<ServiceInfo>},
       {{u"VtMobileOpen.MobileOpen", u"{919FB0E2-869F-484D-AFD2-A9EAEB773157}", u"Development host SMS gateway"},
        &make<MobileOpen>},
+      {{u"LumoMSmsManager.clsBillUseUpdate", u"{E59FFB13-AF7D-4A44-84BD-682EBCAD80D5}",
+        u"Development host bill use update"},
+       &makeBillUseUpdate},
+      {{u"LumoMMobileMCSrv.CGetData", u"{8D0487B4-2BD7-4F87-9A5F-F6691B59FECB}", u"Development host mobile workflows"},
+       &makeFlowData},
   };
   return e;
 }

@@ -573,6 +573,101 @@ long long generateHistory(Db& db, long long messages, int maxReceivers, const st
 }
 
 // ---------------------------------------------------------------------------
+// Approval-notification services: bill-type groups and bill types of the three
+// mobile modules, workflows, subscriptions and the two flags.
+
+struct ServiceInserts {
+  explicit ServiceInserts(Db& db)
+      : group(db, "INSERT INTO t_SMSBillGroup (FID, FName, FModule) VALUES (?,?,?)"),
+        bill(db, "INSERT INTO t_SMSBillUse (FID, FGroupID, FName, FIsRun) VALUES (?,?,?,?)"),
+        flow(db, "INSERT INTO t_MobileFlow (FID, FMCName, FIsMobileServiceRun) VALUES (?,?,?)"),
+        prescribe(db, "INSERT INTO t_SMSPrescribe (FUserID, FKind, FServiceID) VALUES (?,?,?)") {}
+  Insert group, bill, flow, prescribe;
+};
+
+constexpr int kPrescribeBill = 2, kPrescribeFlow = 3;
+
+void addServiceFlags(Inserts& in, const char* use, const char* audit) {
+  in.profile.t("SMS").t("UseFlag").t(use).t("启用短信通知").run();
+  in.profile.t("SMS").t("AuditFlag").t(audit).t("短信审核").run();
+}
+
+// Some services on and some off, one bill type whose state is NULL, a group
+// without bill types, one workflow that no module's range claims, users
+// subscribed and not, and one subscription to a workflow that no longer exists.
+void generateDemoServices(Db& db, Inserts& in) {
+  ServiceInserts s(db);
+  struct Gr {
+    long long id;
+    const char* name;
+    const char* module;
+  };
+  const Gr groups[] = {{1, "采购管理", "W"}, {2, "销售管理", "W"}, {3, "库存管理", "W"},
+                       {4, "生产管理", "Z"}, {5, "费用管理", "C"}, {6, "质量管理", "Z"}};
+  for (const auto& g : groups) s.group.i(g.id).t(g.name).t(g.module).run();
+  struct B {
+    long long id, group;
+    const char* name;
+    int run;  // -1: NULL
+  };
+  const B bills[] = {
+      {101, 1, "采购申请单", 1}, {102, 1, "采购订单", 1},   {103, 1, "采购入库单", 0}, {201, 2, "销售报价单", 0},
+      {202, 2, "销售订单", 1},   {203, 2, "销售出库单", 0}, {301, 3, "调拨单", 0},     {302, 3, "盘点单", 1},
+      {401, 4, "生产任务单", 1}, {402, 4, "生产领料单", 0}, {501, 5, "费用报销单", 1}, {502, 5, "借款单", -1},
+  };
+  for (const auto& b : bills) {
+    std::optional<long long> run;
+    if (b.run >= 0) run = b.run;
+    s.bill.i(b.id).i(b.group).t(b.name).iOrNull(run).run();
+  }
+  struct F {
+    long long id;
+    const char* name;
+    int run;
+  };
+  const F flows[] = {
+      {1001001, "采购订单审批流", 1}, {1003001, "销售合同审批流", 0}, {1002001, "生产计划审批流", 1},
+      {1002002, "工艺变更审批流", 0}, {1006001, "费用报销审批流", 1}, {1009001, "付款申请审批流", 0},
+      {2000001, "跨部门协作审批流", 0},
+  };
+  for (const auto& f : flows) s.flow.i(f.id).t(f.name).i(f.run).run();
+  const long long subscriptions[][3] = {
+      {16386, kPrescribeBill, 102}, {16386, kPrescribeBill, 501}, {16386, kPrescribeFlow, 1001001},
+      {16386, kPrescribeFlow, 1999999}, {16394, kPrescribeBill, 102}, {16394, kPrescribeFlow, 1006001},
+      {16384, kPrescribeBill, 202},
+  };
+  for (const auto& p : subscriptions) s.prescribe.i(p[0]).i(p[1]).i(p[2]).run();
+  addServiceFlags(in, "1", "0");
+}
+
+// As many bill types and workflows as a fiftieth of the employees (2,000 each
+// for the large size), spread over the modules' ranges; every fourth workflow
+// lies outside them. Every third service is on.
+void generateSizedServices(Db& db, Inserts& in, long long employees) {
+  ServiceInserts s(db);
+  long long services = employees / 50;
+  if (services < 20) services = 20;
+  if (services > 2000) services = 2000;
+  const long long groups = (services + 19) / 20;
+  const char* const modules[] = {"W", "Z", "C"};
+  const std::size_t nf = std::size(kFunctions);
+  for (long long g = 0; g < groups; ++g) {
+    const std::string name = std::string(kFunctions[g % nf]) + "单据" + std::to_string(g + 1);
+    s.group.i(g + 1).t(name).t(modules[g % 3]).run();
+  }
+  for (long long b = 0; b < services; ++b)
+    s.bill.i(100001 + b).i(b / 20 + 1).t(numbered("单据类型", b + 1, 4)).i(b % 3 == 0 ? 1 : 0).run();
+  const long long bases[] = {1001000, 1002000, 1000000, 2000000};
+  for (long long f = 0; f < services; ++f)
+    s.flow.i(bases[f % 4] + f / 4).t(numbered("审批流", f + 1, 4)).i(f % 3 == 0 ? 1 : 0).run();
+  for (long long u = 0; u < 200 && u < services; ++u) {
+    s.prescribe.i(16384 + u).i(kPrescribeBill).i(100001 + u).run();
+    s.prescribe.i(16384 + u).i(kPrescribeFlow).i(bases[u % 4] + u / 4).run();
+  }
+  addServiceFlags(in, "1", "0");
+}
+
+// ---------------------------------------------------------------------------
 // Resources: key<TAB>en<TAB>cht, one row per simplified-Chinese text.
 
 std::vector<std::string> splitTabs(const std::string& line) {
@@ -726,6 +821,10 @@ int main(int argc, char** argv) {
           generateDemo(in, c);
         else
           generateSized(in, c, employees);
+        if (employees == 0)
+          generateDemoServices(db, in);
+        else
+          generateSizedServices(db, in, employees);
         if (!o.resources.empty()) resources = loadResources(in, o.resources);
       }
       // The demo: a few hundred messages; the large database a million receivers.

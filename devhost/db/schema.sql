@@ -180,3 +180,36 @@ CREATE TABLE dh_Setting (
   FName  VARCHAR(80) NOT NULL PRIMARY KEY,
   FValue VARCHAR(255)
 );
+
+-- Approval-notification services of the mobile modules. A bill-type group
+-- belongs to one module ('W' logistics, 'Z' manufacturing, 'C' finance); each
+-- bill type of a group is an ordinary service, switched on when FIsRun is 1
+-- (NULL reads as off). Workflows of the business-object designer are the other
+-- services, switched on when FIsMobileServiceRun is 1.
+CREATE TABLE t_SMSBillGroup (
+  FID     INTEGER NOT NULL PRIMARY KEY,
+  FName   VARCHAR(255),
+  FModule VARCHAR(8) NOT NULL
+);
+
+CREATE TABLE t_SMSBillUse (
+  FID      INTEGER NOT NULL PRIMARY KEY,
+  FGroupID INTEGER NOT NULL,
+  FName    VARCHAR(255),
+  FIsRun   INTEGER
+);
+CREATE INDEX ix_t_SMSBillUse_Group ON t_SMSBillUse (FGroupID, FID);
+
+CREATE TABLE t_MobileFlow (
+  FID                 INTEGER NOT NULL PRIMARY KEY,
+  FMCName             VARCHAR(255),
+  FIsMobileServiceRun INTEGER
+);
+
+-- Each user's subscriptions: FKind 2 a bill type, 3 a workflow.
+CREATE TABLE t_SMSPrescribe (
+  FUserID    INTEGER NOT NULL,
+  FKind      INTEGER NOT NULL,
+  FServiceID INTEGER NOT NULL,
+  PRIMARY KEY (FUserID, FKind, FServiceID)
+);

@@ -75,6 +75,8 @@ TEST(DbGen, SizedGenerationIsDeterministicAndScales) {
   auto db = test::openDb(a);
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_Emp"), 3000);
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_Department"), 60);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_SMSBillUse"), 60);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_MobileFlow"), 60);
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_User WHERE FUserID BETWEEN 16384 AND 32767"), 491);
 }
 
@@ -93,6 +95,8 @@ TEST(DbGen, LargeDatabaseHasTheBenchmarkSizesAndIsQuick) {
   const int32_t receivers = countIn(*db, u"SELECT COUNT(*) FROM dh_OutboxReceiver");
   EXPECT_GT(receivers, 950000);
   EXPECT_LT(receivers, 1050000);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_SMSBillUse"), 2000);
+  EXPECT_EQ(countIn(*db, u"SELECT COUNT(*) FROM t_MobileFlow"), 2000);
   EXPECT_EQ(countIn(*db, u"SELECT COUNT(DISTINCT FGroupID) FROM t_Group"), 1000);
   EXPECT_GT(countIn(*db, u"SELECT COUNT(*) FROM t_Emp WHERE FDepartmentID IS NULL"), 0);
   EXPECT_GT(countIn(*db, u"SELECT COUNT(*) FROM t_Item WHERE FDeleted=1"), 0);

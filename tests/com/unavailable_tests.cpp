@@ -38,8 +38,6 @@ TEST_F(Unavailable, SmsManagerCommands) {
   expectUnavailable(L"clsSmsManager", {
                                           {L"SetUserMobile", kCall, {}},
                                           {L"SetAllMobile", kCall, {}},
-                                          {L"SmsManager", kCall, {V(L"")}},
-                                          {L"UserSms", kCall, {V(L"1")}},
                                       });
 }
 

@@ -43,6 +43,4 @@ check("the refusal", seen[0], "Vantor提示\t该用户没有关联职员，不�
 share.SignIn("王建国", "chs");
 unavailable("SetUserMobile", function () { manager.SetUserMobile(); });
 unavailable("SetAllMobile", function () { manager.SetAllMobile(); });
-unavailable("SmsManager", function () { manager.SmsManager(""); });
-unavailable("UserSms", function () { manager.UserSms("1"); });
 check("no further box", boxes().length, 1);
