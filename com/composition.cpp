@@ -8,6 +8,7 @@
 #include "display/win/windows.h"
 #include "host/commands.h"
 #include "host/services.h"
+#include "mobile/win/windows.h"
 #include "sms/win/windows.h"
 #include "win32/window.h"
 
@@ -31,6 +32,8 @@ class AddinWindows final : public WindowFactory {
 
   std::unique_ptr<CommandWindow> commandWindow(Command command) override {
     switch (command) {
+      case Command::SetUserMobile:
+        return win32::makeSetUserMobileWindow(liveObject());
       case Command::SendSms:
         return win32::makeSendSmsWindow(liveObject());
       default:

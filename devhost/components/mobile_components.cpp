@@ -147,10 +147,13 @@ class GLView : public Component {
                   progId());
     if (a.size() > 1) a[1].deref() = int32_t(0);
 
-    std::vector<PickerDepartment> departments;
+    PickerRequest request;
+    std::optional<Session> session = db().sessionOf(currentProcessId());
+    request.language = session ? session->language : ustring(u"chs");
+    std::vector<PickerDepartment>& departments = request.departments;
     for (const auto& row : db().connection().query(u"SELECT FItemID, FName FROM t_Department ORDER BY FNumber").rows)
       departments.push_back({row[0].toI4(), textOf(row[1])});
-    std::vector<PickerEmployee> employees;
+    std::vector<PickerEmployee>& employees = request.employees;
     // The grouping nodes of the employee tree are listed with the employees.
     for (const auto& row :
          db().connection()
@@ -169,7 +172,7 @@ class GLView : public Component {
       employees.push_back(std::move(e));
     }
     const PickerChoice choice =
-        installedPicker() ? installedPicker()(departments, employees) : showPickerWindow(departments, employees);
+        installedPicker() ? installedPicker()(request) : showPickerWindow(request);
     if (choice.cancelled) return Variant(ObjectPtr());
     auto selection = std::make_shared<Collection>();
     if (choice.itemId) {
@@ -289,7 +292,7 @@ Variant checkEmpIsGroup(HostDb& db, const Variant& props, const Variant& itemId)
 void setEmployeePicker(EmployeePicker picker) { installedPicker() = std::move(picker); }
 
 #ifndef _WIN32
-PickerChoice showPickerWindow(const std::vector<PickerDepartment>&, const std::vector<PickerEmployee>&) {
+PickerChoice showPickerWindow(const PickerRequest&) {
   throw Error(errnum::CannotCreateObject, u"The employee picker needs a window: none is installed in this build",
               u"OxcGLView.GLView");
 }

@@ -68,14 +68,18 @@ struct PickerChoice {
   std::optional<int32_t> itemId;  // OK without a choice leaves it empty
 };
 
-// Shows the picker over these departments and employees and returns what the
-// user chose. On Windows the development host's picker window is the default; a
-// test may install its own (an empty function restores the default).
-using EmployeePicker = std::function<PickerChoice(const std::vector<PickerDepartment>&,
-                                                  const std::vector<PickerEmployee>&)>;
+struct PickerRequest {
+  std::vector<PickerDepartment> departments;
+  std::vector<PickerEmployee> employees;
+  ustring language;  // the session's: "chs", "cht" or "en"
+};
+
+// Shows the picker and returns what the user chose. On Windows the development
+// host's picker window is the default; a test may install its own (an empty
+// function restores the default).
+using EmployeePicker = std::function<PickerChoice(const PickerRequest&)>;
 void setEmployeePicker(EmployeePicker picker);
 // The picker window of the development host (Windows only; elsewhere it raises).
-PickerChoice showPickerWindow(const std::vector<PickerDepartment>& departments,
-                              const std::vector<PickerEmployee>& employees);
+PickerChoice showPickerWindow(const PickerRequest& request);
 
 }  // namespace lumo::devhost

@@ -87,11 +87,11 @@ TEST_F(MobileHost, UpdateBatchMobileHonoursTheRaiseSwitch) {
 }
 
 TEST_F(MobileHost, ItemLookupTellsCancelFromAnEmptyChoice) {
-  setEmployeePicker([](const auto&, const auto&) { return PickerChoice{}; });
+  setEmployeePicker([](const PickerRequest&) { return PickerChoice{}; });
   Variant count = int32_t(0);
   EXPECT_FALSE(lookup(count).toObject());
   EXPECT_EQ(count, Variant(int32_t(0)));
-  setEmployeePicker([](const auto&, const auto&) { return PickerChoice{false, std::nullopt}; });
+  setEmployeePicker([](const PickerRequest&) { return PickerChoice{false, std::nullopt}; });
   ObjectPtr none = lookup(count).toObject();
   ASSERT_TRUE(none);
   EXPECT_EQ(none->get(u"Count").toI4(), 0);
@@ -99,9 +99,10 @@ TEST_F(MobileHost, ItemLookupTellsCancelFromAnEmptyChoice) {
 
 TEST_F(MobileHost, ItemLookupOffersDepartmentsEmployeesAndGroupsAndReturnsTheChosenItem) {
   std::size_t departments = 0, employees = 0, groups = 0;
-  setEmployeePicker([&](const std::vector<PickerDepartment>& d, const std::vector<PickerEmployee>& e) {
-    departments = d.size();
-    for (const PickerEmployee& x : e) (x.group ? groups : employees)++;
+  setEmployeePicker([&](const PickerRequest& r) {
+    departments = r.departments.size();
+    EXPECT_EQ(r.language, u"chs");
+    for (const PickerEmployee& x : r.employees) (x.group ? groups : employees)++;
     return PickerChoice{false, 1044};
   });
   Variant count = int32_t(0);
@@ -117,7 +118,7 @@ TEST_F(MobileHost, ItemLookupOffersDepartmentsEmployeesAndGroupsAndReturnsTheCho
 }
 
 TEST_F(MobileHost, AGroupItemHasNoNumberAndIsAGroup) {
-  setEmployeePicker([](const auto&, const auto&) { return PickerChoice{false, 900}; });
+  setEmployeePicker([](const PickerRequest&) { return PickerChoice{false, 900}; });
   Variant count = int32_t(0);
   ObjectPtr item = lookup(count).toObject()->get(u"Item", {int32_t(1)}).toObject();
   EXPECT_NE(errorOf([&] { item->get(u"Properties", {ustring(u"FMobilePhone")}); }), 0);
