@@ -41,8 +41,6 @@ check("the refusal", seen[0], "Vantor提示\t该用户没有关联职员，不�
 
 // Commands whose windows this version does not have say so, bound user or not.
 share.SignIn("王建国", "chs");
-unavailable("SetUserMobile", function () { manager.SetUserMobile(); });
-unavailable("SetAllMobile", function () { manager.SetAllMobile(); });
 unavailable("SmsManager", function () { manager.SmsManager(""); });
 unavailable("UserSms", function () { manager.UserSms("1"); });
 unavailable("ShowSmsLog", function () { manager.ShowSmsLog(); });
