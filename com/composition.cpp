@@ -34,6 +34,8 @@ class AddinWindows final : public WindowFactory {
     switch (command) {
       case Command::SetUserMobile:
         return win32::makeSetUserMobileWindow(liveObject());
+      case Command::SetAllMobile:
+        return win32::makeMobileManagerWindow(liveObject(), *this);
       case Command::SendSms:
         return win32::makeSendSmsWindow(liveObject());
       default:

@@ -21,7 +21,9 @@
 #include "tests/support/win/server_dll.h"
 #include "tests/support/win/text.h"
 #include "tests/support/win/windows.h"
+#include "display/win/windows.h"
 #include "win32/controls.h"
+#include "win32/edit_grid.h"
 
 namespace lumo::win32 {
 namespace {
@@ -273,6 +275,214 @@ TEST_F(MobileWindow, AUserWithoutEmployeeIsRefusedWithoutDialog) {
   d.thenAnswerBox(IDOK, &boxes);
   command(u"SetUserMobile", d);
   EXPECT_EQ(boxes, Texts{u"该用户没有关联职员，不能修改个人手机号码"});
+}
+
+// ---- the user-employee-mobile table -------------------------------------------------------------
+
+HWND tableWindow() { return dialogWith(mobile_manager::idGrid); }
+HWND gridOf(HWND w) { return GetDlgItem(w, mobile_manager::idGrid); }
+
+GridCellQuery cell(HWND grid, int32_t row, int32_t col) {
+  GridCellQuery q;
+  q.row = row;
+  q.col = col;
+  SendMessageW(grid, kQueryCell, 0, reinterpret_cast<LPARAM>(&q));
+  return q;
+}
+ustring cellText(HWND grid, int32_t row, int32_t col) { return u16(cell(grid, row, col).text); }
+int32_t gridRows(HWND grid) { return static_cast<int32_t>(SendMessageW(grid, kQueryRows, 0, 0)); }
+int32_t rowOf(HWND grid, const ustring& user) {
+  for (int32_t r = 1; r <= gridRows(grid); ++r)
+    if (cellText(grid, r, 1) == user) return r;
+  return 0;
+}
+// A click in the middle of a cell in sight.
+void clickCell(HWND grid, int32_t row, int32_t col) {
+  const RECT r = cell(grid, row, col).rect;
+  const LPARAM at = MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2);
+  PostMessageW(grid, WM_LBUTTONDOWN, MK_LBUTTON, at);
+  PostMessageW(grid, WM_LBUTTONUP, 0, at);
+}
+// Finds a user through the find box (Enter runs it), so that the row is in sight.
+void findUser(HWND w, const ustring& name) {
+  HWND box = GetDlgItem(w, 1221);
+  setWindowText(box, name);
+  SetFocus(box);
+  PostMessageW(box, WM_KEYDOWN, VK_RETURN, 1);
+}
+// Types into the active cell as a user does: the first character opens the
+// edit box, the rest go into it, Enter commits.
+void typeIntoGrid(HWND grid, const ustring& text) {
+  SetFocus(grid);
+  SendMessageW(grid, WM_CHAR, static_cast<WPARAM>(text[0]), 1);
+  HWND edit = FindWindowExW(grid, nullptr, L"EDIT", nullptr);
+  typeChars(edit, text.substr(1));
+  SendMessageW(edit, WM_KEYDOWN, VK_RETURN, 1);
+}
+HWND picker() {
+  HWND w = FindWindowW(L"LumoDevHostPicker", nullptr);
+  return w && IsWindowVisible(w) ? w : nullptr;
+}
+
+TEST_F(MobileWindow, TableBindsThroughThePickerCopiesEditsCutsToElevenAndListsTheRefusedNumber) {
+  signIn(u"王建国");
+  const int32_t listed = db_->scalar(u"SELECT COUNT(*) FROM t_User WHERE FUserID BETWEEN 16384 AND 32767 AND "
+                                     u"FForbidden=0").toI4();
+  Driver d;
+  struct Seen {
+    int32_t rows = 0;
+    GridCellQuery unbound;
+    ustring boundEmp, boundMobile, first, second, liXiuYing;
+    bool conflictMarked = false;
+    ustring failure;
+  } seen;
+  HWND w = nullptr, grid = nullptr;
+  d.then("the table", [&] {
+    w = tableWindow();
+    if (!w) return false;
+    grid = gridOf(w);
+    seen.rows = gridRows(grid);
+    saveShot(w, u"mobile-manager");
+    findUser(w, u"临时用户");
+    return true;
+  });
+  d.then("the unbound user in sight", [&] {
+    const int32_t r = rowOf(grid, u"临时用户");
+    if (r == 0) return false;
+    const RECT at = cell(grid, r, 2).rect;
+    if (IsRectEmpty(&at)) return false;
+    seen.unbound = cell(grid, r, 3);
+    clickCell(grid, r, 2);
+    return true;
+  });
+  d.then("the picker", [&] {
+    HWND p = picker();
+    if (!p) return false;
+    HWND search = GetDlgItem(p, 102);
+    setWindowText(search, u"钱进");
+    lumo::test::pumpFor(100);
+    HWND list = GetDlgItem(p, 103);
+    if (ListView_GetItemCount(list) != 1) return false;
+    ListView_SetItemState(list, 0, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
+    saveShot(p, u"picker");
+    click(p, IDOK);
+    return true;
+  });
+  d.then("the bound row", [&] {
+    if (picker()) return false;
+    const int32_t r = rowOf(grid, u"临时用户");
+    seen.boundEmp = cellText(grid, r, 2);
+    seen.boundMobile = cellText(grid, r, 3);
+    if (seen.boundEmp.empty()) return false;
+    // 王建国's first row: twelve characters typed.
+    SendMessageW(grid, WM_KEYDOWN, VK_HOME, 1);
+    findUser(w, u"王建国");
+    return true;
+  });
+  d.thenDo("an edit of a shared employee", [&] {
+    SendMessageW(grid, WM_KEYDOWN, VK_RIGHT, 1);
+    SendMessageW(grid, WM_KEYDOWN, VK_RIGHT, 1);
+    typeIntoGrid(grid, u"139000000011");
+    seen.first = cellText(grid, rowOf(grid, u"王建国"), 3);
+    seen.second = cellText(grid, rowOf(grid, u"王建国(备)"), 3);
+    findUser(w, u"李秀英");
+  });
+  d.thenDo("a conflicting number", [&] {
+    SendMessageW(grid, WM_KEYDOWN, VK_RIGHT, 1);
+    SendMessageW(grid, WM_KEYDOWN, VK_RIGHT, 1);
+    typeIntoGrid(grid, u"13501080022");  // 梁宇 (and 钱进) hold it
+    const int32_t r = rowOf(grid, u"李秀英");
+    seen.liXiuYing = cellText(grid, r, 3);
+    seen.conflictMarked = cell(grid, r, 3).marked;
+    click(w, mobile_manager::idSave);
+  });
+  d.then("the list of refused numbers", [&] {
+    std::vector<HWND> lists = lumo::test::threadWindowsOfClass(displayer::kClass);
+    if (lists.empty()) return false;
+    HWND list = lumo::test::childOfClass(lists[0], WC_LISTVIEWW);
+    if (!list || ListView_GetItemCount(list) != 1) return false;
+    wchar_t line[256] = L"";
+    ListView_GetItemText(list, 0, 1, line, 256);  // the only refused edit, under the title line
+    seen.failure = u16(line);
+    PostMessageW(lists[0], WM_CLOSE, 0, 0);
+    click(w, mobile_manager::idExit);
+    return true;
+  });
+  command(u"SetAllMobile", d);
+  EXPECT_TRUE(d.strayBoxes().empty()) << u8(d.strayBoxes().front());
+  EXPECT_EQ(seen.rows, listed);
+  EXPECT_TRUE(seen.unbound.locked);
+  EXPECT_EQ(seen.unbound.back, RGB(241, 241, 241));
+  EXPECT_EQ(seen.boundEmp, u"钱进");
+  EXPECT_EQ(seen.boundMobile, u"13501080022");
+  EXPECT_EQ(db_->scalar(u"SELECT FEmpID FROM t_User WHERE FUserID=16398"), Variant(int32_t(1044)));
+  EXPECT_EQ(seen.first, u"13900000001");
+  EXPECT_EQ(seen.second, u"13900000001");
+  EXPECT_EQ(seen.liXiuYing, u"13501080022");
+  EXPECT_TRUE(seen.conflictMarked);
+  EXPECT_EQ(seen.failure, u"职员:[李秀英]手机号码保存失败,已有职员存在手机号码[13501080022]");
+  EXPECT_EQ(mobileOf(1001), Variant(u"13900000001"));
+  EXPECT_EQ(mobileOf(1002), Variant(u"13901010002"));
+  const auto log = audit(u"SMS00108");
+  ASSERT_EQ(log.size(), 3u);
+  EXPECT_EQ(log[0], std::make_pair(1, ustring()));
+  EXPECT_EQ(log[1], std::make_pair(5, ustring(u"用户:[临时用户]关联职员:[钱进]")));
+  EXPECT_EQ(log[2], std::make_pair(3, ustring()));
+  EXPECT_EQ(tableWindow(), nullptr);
+}
+
+TEST_F(MobileWindow, AUserWithoutTheRightGetsTheTableButCannotBind) {
+  signIn(u"杨洋");
+  Driver d;
+  Texts boxes;
+  ustring before, after;
+  HWND w = nullptr, grid = nullptr;
+  d.then("the table", [&] {
+    w = tableWindow();
+    if (!w) return false;
+    grid = gridOf(w);
+    before = cellText(grid, 1, 2);
+    clickCell(grid, 1, 2);
+    return true;
+  });
+  d.thenAnswerBox(IDOK, &boxes);
+  d.thenDo("leaving", [&] {
+    after = cellText(grid, 1, 2);
+    click(w, mobile_manager::idExit);
+  });
+  command(u"SetAllMobile", d);
+  EXPECT_EQ(boxes, Texts{u"当前用户没有权限进行用户管理"});
+  EXPECT_EQ(before, after);
+  EXPECT_EQ(picker(), nullptr);
+  EXPECT_TRUE(journal(u"OxcGLView.GLView").empty());
+}
+
+// The table and the picker as they look, in the session's language.
+TEST_F(MobileWindow, TableAndPickerPictures) {
+  signIn(u"王建国");
+  Driver d;
+  HWND w = nullptr;
+  d.then("the table", [&] {
+    w = tableWindow();
+    if (!w) return false;
+    saveShot(w, u"mobile-manager");
+    clickCell(gridOf(w), 2, 2);
+    return true;
+  });
+  d.then("the picker", [&] {
+    HWND p = picker();
+    if (!p) return false;
+    saveShot(p, u"picker");
+    click(p, IDCANCEL);
+    return true;
+  });
+  d.then("leaving", [&] {
+    if (picker()) return false;
+    click(w, mobile_manager::idExit);
+    return true;
+  });
+  command(u"SetAllMobile", d);
+  EXPECT_TRUE(d.strayBoxes().empty());
 }
 
 }  // namespace

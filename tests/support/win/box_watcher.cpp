@@ -46,6 +46,9 @@ BOOL CALLBACK scanWindow(HWND h, LPARAM p) {
 void append(const wchar_t* path, const ustring& line) {
   FILE* f = _wfopen(path, L"ab");
   if (!f) return;
+  // In append mode the position is the end only once something is written: the
+  // mark goes at the head of an empty file, not before every line.
+  std::fseek(f, 0, SEEK_END);
   if (std::ftell(f) == 0) std::fwrite(L"\xFEFF", sizeof(wchar_t), 1, f);
   std::fwrite(line.data(), sizeof(char16_t), line.size(), f);
   std::fwrite(L"\r\n", sizeof(wchar_t), 2, f);
