@@ -9,6 +9,7 @@
 #include "host/language.h"
 #include "host/platform.h"
 #include "host/services.h"
+#include "host/session.h"
 
 namespace lumo::mobile {
 
@@ -78,6 +79,9 @@ bool MobileManagerPresenter::checkUserManagerRight() {
 
 void MobileManagerPresenter::formLoad() {
   errorTrap(source(u"Form_Load"), [&] {
+    // A dozen texts and several host calls: the session string and the language
+    // are read once for the whole load.
+    ActionScope action;
     view_.setCaption(loadVtString(u"用户-职员-移动电话对照表"));
     grid_.setText(0, colUser, loadVtString(u"用户"));
     grid_.setText(0, colEmp, loadVtString(u"职员"));
@@ -135,6 +139,7 @@ void MobileManagerPresenter::cellClick(int32_t col, int32_t row) {
 
 void MobileManagerPresenter::fillGrid() {
   errorTrap(source(u"LoadData"), [&] {
+    ActionScope action;
     Recordset rs = getData(mobileTableSql());
     struct Row {
       ustring user, empId, emp, mobile;
