@@ -36,8 +36,6 @@ constexpr WORD kPut = DISPATCH_PROPERTYPUT;
 
 TEST_F(Unavailable, SmsManagerCommands) {
   expectUnavailable(L"clsSmsManager", {
-                                          {L"SetUserMobile", kCall, {}},
-                                          {L"SetAllMobile", kCall, {}},
                                           {L"SmsManager", kCall, {V(L"")}},
                                           {L"UserSms", kCall, {V(L"1")}},
                                           {L"ShowSmsLog", kCall, {}},
@@ -49,12 +47,12 @@ TEST_F(Unavailable, EarlyBoundCommandFailsWithItsError) {
   ASSERT_NE(nullptr, d);
   _clsSmsManager* early = nullptr;
   ASSERT_EQ(S_OK, d->QueryInterface(__uuidof(_clsSmsManager), reinterpret_cast<void**>(&early)));
-  EXPECT_EQ(kNotImplemented, early->SetUserMobile());
+  EXPECT_EQ(kNotImplemented, early->ShowSmsLog());
   IErrorInfo* info = nullptr;
   ASSERT_EQ(S_OK, GetErrorInfo(0, &info));
   BSTR description = nullptr;
   info->GetDescription(&description);
-  EXPECT_EQ(std::wstring(L"clsSmsManager.SetUserMobile is not available in this version"),
+  EXPECT_EQ(std::wstring(L"clsSmsManager.ShowSmsLog is not available in this version"),
             std::wstring(description ? description : L""));
   SysFreeString(description);
   info->Release();
