@@ -48,7 +48,7 @@ class EditGridControl::EditBox final : public Window {
   EditGridControl& grid_;
 };
 
-EditGridControl::EditGridControl(ui::EditGrid& model) : Window(u"fpMobile"), model_(model) {}
+EditGridControl::EditGridControl(ui::EditGrid& model) : Window(u"EditGrid"), model_(model) {}
 
 EditGridControl::~EditGridControl() { model_.setObserver(nullptr); }
 

@@ -28,7 +28,6 @@ enum ControlId : int {
 }  // namespace set_user_mobile
 
 namespace mobile_manager {
-inline constexpr const wchar_t* kGridClass = L"LumoEditGrid";
 // The window's controls.
 enum ControlId : int {
   idToolBar = 1201,
