@@ -416,8 +416,8 @@ void MobileManagerPresenter::markRow(int32_t row) {
         others.push_back(rows.empty() ? empId : grid_.text(rows.front(), colEmp));
       }
     std::sort(others.begin(), others.end());
-    if (!others.empty()) tip = formatResString(u"该号码也属于职员:%1", {join(others, u",")});
-    else if (!wellFormedMobile(number)) tip = loadVtString(u"手机号码不是11位数字");
+    if (!others.empty()) tip = replacePlaceholders(texts().sharedNumber, {join(others, u",")});
+    else if (!wellFormedMobile(number)) tip = texts().malformedNumber;
   }
   const bool marked = !tip.empty();
   if (marked != (rowMarked_[r] != 0)) conflicts_ += marked ? 1 : -1;
@@ -426,8 +426,17 @@ void MobileManagerPresenter::markRow(int32_t row) {
   grid_.setForeColor(row, colMobile, marked ? kConflictForeColor : ui::kBlack);
 }
 
-void MobileManagerPresenter::updateStatus() {
-  view_.setStatusText(formatResString(u"有冲突或不是11位数字的号码:%1", {conflicts_}));
+void MobileManagerPresenter::updateStatus() { view_.setStatusText(replacePlaceholders(texts().status, {conflicts_})); }
+
+const MobileManagerPresenter::MarkTexts& MobileManagerPresenter::texts() {
+  // Looked up once: an edit re-marks rows and recounts, and each lookup would
+  // ask the host for the language again.
+  if (!markTexts_) {
+    ActionScope action;
+    markTexts_ = MarkTexts{loadVtString(u"该号码也属于职员:%1"), loadVtString(u"手机号码不是11位数字"),
+                           loadVtString(u"有冲突或不是11位数字的号码:%1")};
+  }
+  return *markTexts_;
 }
 
 int32_t MobileManagerPresenter::findRow(const ustring& text, int32_t after) const {

@@ -15,6 +15,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -113,6 +114,10 @@ class MobileManagerPresenter {
   void markRow(int32_t row);
   void updateStatus();
   void showFailures(const ObjectPtr& failures);
+  struct MarkTexts {
+    ustring sharedNumber, malformedNumber, status;  // looked up, placeholders left in
+  };
+  const MarkTexts& texts();
 
   MobileManagerView& view_;
   WindowFactory& windows_;
@@ -125,6 +130,7 @@ class MobileManagerPresenter {
   std::vector<ustring> indexedEmp_;     // per row: the employee id it is indexed under
   std::vector<char> rowMarked_;
   int32_t conflicts_ = 0;
+  std::optional<MarkTexts> markTexts_;
   int16_t busy_ = 0;
   ustring machineName_, ipAddress_;
 };

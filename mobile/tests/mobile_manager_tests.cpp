@@ -211,6 +211,16 @@ TEST_F(Manager, EditsOfDifferentEmployeesKeepTheirOrder) {
   EXPECT_EQ(p[1].at(u"FEmpName"), Variant(u"王建国"));
 }
 
+TEST_F(Manager, AnEditAsksTheHostNothing) {
+  open();
+  edit(u"李秀英", u"1390");  // a mark and the count: their texts were looked up before
+  fake.clearJournal();
+  edit(u"王建国", u"13911112222");
+  edit(u"李秀英", u"13501080022");
+  EXPECT_TRUE(fake.creations.empty());
+  EXPECT_EQ(view.status, u"有冲突或不是11位数字的号码:0");
+}
+
 TEST_F(Manager, TheIndexNamesEveryRowOfAnEmployee) {
   open();
   EXPECT_EQ(window.rowsOf(u"1001"), (std::vector<int32_t>{row(u"王建国"), row(u"王建国(备)")}));
