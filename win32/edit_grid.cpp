@@ -210,6 +210,7 @@ void EditGridControl::editChanged() {
     InvalidateRect(hwnd(), nullptr, FALSE);
     return;
   }
+  if (silent_) return;  // the box's own typing: it already shows the text
   const int32_t max = model_.maxLength(model_.editCol());
   SendMessageW(edit_, EM_LIMITTEXT, max > 0 ? static_cast<WPARAM>(max) : 0, 0);
   if (windowText(edit_) != model_.editText()) {
