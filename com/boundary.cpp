@@ -53,8 +53,4 @@ HRESULT reportCurrentException(const char16_t* className, const char16_t* member
   }
 }
 
-void notAvailable(const char16_t* className, const char16_t* member) {
-  throw Error(errnum::NotImplemented, ustring(className) + u"." + member + u" is not available in this version");
-}
-
 }  // namespace lumo::com

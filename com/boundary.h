@@ -28,12 +28,6 @@ HRESULT boundary(const char16_t* className, const char16_t* member, Body&& body)
   }
 }
 
-// The failure of a member whose behaviour this version does not provide yet:
-// number errnum::NotImplemented, description "<className>.<member> is not available
-// in this version". Every such member calls this and nothing else, so that giving
-// the member its behaviour means replacing exactly that one call.
-[[noreturn]] void notAvailable(const char16_t* className, const char16_t* member);
-
 // Out-parameters: a null pointer is the caller's error (E_POINTER).
 template <class T>
 T* checkOut(T* p) {

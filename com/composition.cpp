@@ -9,6 +9,7 @@
 #include "host/commands.h"
 #include "host/services.h"
 #include "notify/win/windows.h"
+#include "mobile/win/windows.h"
 #include "sms/win/windows.h"
 #include "smslog/win/windows.h"
 #include "win32/window.h"
@@ -33,6 +34,10 @@ class AddinWindows final : public WindowFactory {
 
   std::unique_ptr<CommandWindow> commandWindow(Command command) override {
     switch (command) {
+      case Command::SetUserMobile:
+        return win32::makeSetUserMobileWindow(liveObject());
+      case Command::SetAllMobile:
+        return win32::makeMobileManagerWindow(liveObject(), *this);
       case Command::SendSms:
         return win32::makeSendSmsWindow(liveObject());
       case Command::ShowSmsLog:
@@ -41,9 +46,9 @@ class AddinWindows final : public WindowFactory {
         return win32::makeSmsManagerWindow(liveObject(), *this);
       case Command::UserSms:
         return win32::makeUserSmsWindow(liveObject(), *this);
-      default:
-        notAvailable(u"clsSmsManager", commandInfo(command).name);
     }
+    // A value outside the six commands: a caller's mistake, not a window of ours.
+    throw Error(errnum::InvalidCall, u"clsSmsManager: no window for command " + toText(static_cast<long long>(command)));
   }
   std::shared_ptr<display::DisplayerPresenter> listWindow() override { return win32::makeListWindow(liveObject()); }
 };

@@ -121,16 +121,6 @@ class DualObject : public Itf, public IProvideClassInfo, public ISupportErrorInf
       *out = static_cast<T>(body());
     });
   }
-  // A member not provided by this version (see notAvailable).
-  HRESULT unavailable(const char16_t* member) noexcept {
-    return run(member, [&] { notAvailable(className_, member); });
-  }
-  // The same for a getter, whose out-parameter is still left defined (zero, null).
-  template <class T>
-  HRESULT unavailable(const char16_t* member, T* out) noexcept {
-    if (out) *out = T();
-    return unavailable(member);
-  }
 
  private:
   // The vtable view of the interface, loaded once per object.

@@ -3,6 +3,7 @@
 #include "devhost/components/component.h"
 #include "devhost/components/gateway_log.h"
 #include "devhost/components/notify_components.h"
+#include "devhost/components/mobile_components.h"
 #include "devhost/components/parameter_set.h"
 #include "devhost/components/recordset.h"
 #include "devhost/components/sql_dialect.h"
@@ -264,6 +265,9 @@ class SecurityInfo : public Component {
            [this](Args& a) { return Variant(db().resolveSession(arg(a, 0, u"GetCurrentUser")).name); });
     method(u"GetCurrentUserID", Answer::Long,
            [this](Args& a) { return Variant(db().resolveSession(arg(a, 0, u"GetCurrentUserID")).id); });
+    method(u"CheckEmpIsGroup", Answer::Bool, [this](Args& a) {
+      return checkEmpIsGroup(db(), arg(a, 0, u"CheckEmpIsGroup"), arg(a, 1, u"CheckEmpIsGroup"));
+    });
   }
 
  private:
@@ -276,13 +280,7 @@ class SecurityInfo : public Component {
     int32_t mask = intArg(arg(a, 3, u"AccessCheck"));
     if (u.forbidden) return false;
     if (db().isAdministrator(u)) return true;
-    odbc::Result r = db().connection().query(
-        u"SELECT FAccessMask FROM dh_Right WHERE FObjectType=? AND FObjectID=? AND "
-        u"(FUserID=? OR FUserID IN (SELECT FGroupID FROM t_Group WHERE FUserID=?))",
-        {objectType, objectId, u.id, u.id});
-    uint32_t granted = 0;
-    for (const auto& row : r.rows)
-      if (row[0].isNumeric()) granted |= static_cast<uint32_t>(static_cast<int64_t>(row[0].toDouble()));
+    const uint32_t granted = db().grantedRights(u, objectType, objectId);
     uint32_t wanted = static_cast<uint32_t>(mask);
     return (granted & wanted) == wanted;
   }
@@ -531,6 +529,14 @@ const std::vector<Entry>& entries() {
        &makeBillUseUpdate},
       {{u"LumoMMobileMCSrv.CGetData", u"{8D0487B4-2BD7-4F87-9A5F-F6691B59FECB}", u"Development host mobile workflows"},
        &makeFlowData},
+      {{u"OxaGLItem.ItemUpdate", u"{5B0E7A52-3C1F-4D8E-9A61-2F4C8B7D1E03}", u"Development host item update"},
+       &makeItemUpdate},
+      {{u"OxcGLView.GLView", u"{A3D9C6F1-7E24-4B5A-8C0D-91E6F2B4A758}", u"Development host item lookup"},
+       &makeGLView},
+      {{u"OxaBase.SecurityAdmin", u"{E1F47B2C-95D3-4A68-B7E0-3C2A6D8F5B91}", u"Development host security administration"},
+       &makeSecurityAdmin},
+      {{u"LumoMRightManage.CUserInfo", u"{7C2B58E4-1A9F-4D36-8E5B-C40F9A2D6E17}", u"Development host user rights"},
+       &makeUserInfo},
   };
   return e;
 }

@@ -500,6 +500,17 @@ bool HostDb::isAdministrator(const User& u) {
   return n.isNumeric() && n.toI4() > 0;
 }
 
+uint32_t HostDb::grantedRights(const User& u, int32_t objectType, int32_t objectId) {
+  odbc::Result r = conn_->query(
+      u"SELECT FAccessMask FROM dh_Right WHERE FObjectType=? AND FObjectID=? AND "
+      u"(FUserID=? OR FUserID IN (SELECT FGroupID FROM t_Group WHERE FUserID=?))",
+      {objectType, objectId, u.id, u.id});
+  uint32_t granted = 0;
+  for (const auto& row : r.rows)
+    if (row[0].isNumeric()) granted |= static_cast<uint32_t>(static_cast<int64_t>(row[0].toDouble()));
+  return granted;
+}
+
 std::optional<Session> HostDb::sessionOf(uint32_t processId) {
   odbc::Result r = st_->sessionOf.run({static_cast<int32_t>(processId)});
   if (r.rows.empty()) return std::nullopt;

@@ -107,6 +107,9 @@ class HostDb {
   // Whether the user is an administrator: the user "administrator" or a member
   // of the group "Administrators".
   bool isAdministrator(const User& u);
+  // The union of the access masks granted to the user and to its groups on an
+  // object (administrators' rights are not rows: see isAdministrator).
+  uint32_t grantedRights(const User& u, int32_t objectType, int32_t objectId);
 
   // The employee a user is bound to (t_User.FEmpID), or nothing when the user is
   // bound to none, to one that does not exist, or to a deleted item.

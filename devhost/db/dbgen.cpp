@@ -251,6 +251,7 @@ void generateDemo(Inserts& in, Counts& c) {
       {1041, "super", "超级管理员", 0, "13700000041", false},
       {1042, "ADMIN", "管理员(总部)", 0, "13700000042", false},
       {1043, "043", "张伟", 105, "15801050043", false},  // the same name as 1003
+      {1044, "044", "钱进", 108, "13501080022", false},  // the number 梁宇 (1022) holds too
   };
   for (const auto& e : employees) {
     std::optional<long long> dept;
@@ -283,7 +284,8 @@ void generateDemo(Inserts& in, Counts& c) {
   // Ordinary users. 周杰 and 罗刚 are forbidden; 临时用户 is bound to no employee,
   // 徐强 to a deleted one and 失联用户 to one that does not exist; 陈静's employee
   // has no number, 黄丽's a blank one; 赵磊 stands in two groups; two users named
-  // 张伟 stand in different groups (the second bound to the second 张伟).
+  // 张伟 stand in different groups (the second bound to the second 张伟); 王建国's
+  // employee has a second account.
   struct U {
     long long id;
     const char* name;
@@ -298,6 +300,7 @@ void generateDemo(Inserts& in, Counts& c) {
       {16396, "罗刚", 1020, true},    {16397, "梁宇", 1022, false},   {16398, "临时用户", -1, false},
       {16399, "徐强", 1011, false},   {16400, "韩梅", 1026, false},   {16401, "冯雪", 1027, false},
       {16402, "谢婷", 1023, false},   {16403, "失联用户", 9999, false}, {16404, "张伟", 1043, false},
+      {16405, "王建国(备)", 1001, false},  // a second account of 王建国's employee, in no group
   };
   for (const auto& u : users) {
     std::optional<long long> emp;

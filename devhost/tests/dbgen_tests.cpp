@@ -169,10 +169,18 @@ TEST(DbGen, DemoReachesEveryBranchTheWindowsHave) {
   EXPECT_GE(n(u"SELECT COUNT(*) FROM t_Department d WHERE NOT EXISTS (SELECT 1 FROM t_Emp e WHERE "
               u"e.FDepartmentID=d.FItemID)"),
             1);
-  // Every ordinary user bound to an employee carries that employee's name.
+  // Every ordinary user bound to an employee carries that employee's name, but for
+  // the second account of one employee.
   EXPECT_EQ(n(u"SELECT COUNT(*) FROM t_User u JOIN t_Emp e ON e.FItemID=u.FEmpID WHERE u.FUserID BETWEEN 16384 AND "
               u"32767 AND u.FName<>e.FName"),
-            0);
+            1);
+  EXPECT_EQ(n(u"SELECT COUNT(*) FROM (SELECT FEmpID FROM t_User WHERE FUserID BETWEEN 16384 AND 32767 AND "
+              u"FForbidden=0 AND FEmpID IS NOT NULL GROUP BY FEmpID HAVING COUNT(*)>1)"),
+            1);
+  // One number is held by two employees (the mobile table's conflicts).
+  EXPECT_EQ(n(u"SELECT COUNT(*) FROM (SELECT FMobilePhone FROM t_Emp WHERE Trim(FMobilePhone)<>'' GROUP BY "
+              u"FMobilePhone HAVING COUNT(*)>1)"),
+            1);
   // Chinese names and eleven-digit numbers.
   EXPECT_EQ(db->scalar(u"SELECT FName FROM t_Department WHERE FItemID=102"), Variant(u"财务部"));
   EXPECT_EQ(n(u"SELECT COUNT(*) FROM t_Emp WHERE Length(Trim(FMobilePhone))=11"),

@@ -4,11 +4,15 @@
 // UTF-16 for the script to read back:
 //   <title> TAB <text> TAB <number of open windows captioned as the watched title>
 //   box_watcher <log file> [<watched window title>] [<seconds to run, default 300>]
+// Windows captioned as one of the titles in LUMO_WATCHER_CLOSE (separated by "|")
+// are closed as a user would close a modal window the probe opened, each once,
+// with a line "<closed> TAB <title> TAB 0".
 #include <windows.h>
 
 #include <cstdio>
 #include <cwchar>
 #include <string>
+#include <vector>
 
 #include "tests/support/win/boxes.h"
 #include "tests/support/win/text.h"
@@ -22,6 +26,8 @@ struct Scan {
   const ustring* watched;
   int windows = 0;
   HWND box = nullptr;
+  const std::vector<ustring>* closing = nullptr;
+  HWND toClose = nullptr;
 };
 
 BOOL CALLBACK scanWindow(HWND h, LPARAM p) {
@@ -30,6 +36,9 @@ BOOL CALLBACK scanWindow(HWND h, LPARAM p) {
     if (!s->box) s->box = h;
   } else if (IsWindowVisible(h) && !s->watched->empty() && lumo::win32::windowText(h) == *s->watched) {
     ++s->windows;
+  } else if (IsWindowVisible(h) && !s->toClose) {
+    for (const ustring& t : *s->closing)
+      if (lumo::win32::windowText(h) == t) s->toClose = h;
   }
   return TRUE;
 }
@@ -37,6 +46,9 @@ BOOL CALLBACK scanWindow(HWND h, LPARAM p) {
 void append(const wchar_t* path, const ustring& line) {
   FILE* f = _wfopen(path, L"ab");
   if (!f) return;
+  // In append mode the position is the end only once something is written: the
+  // mark goes at the head of an empty file, not before every line.
+  std::fseek(f, 0, SEEK_END);
   if (std::ftell(f) == 0) std::fwrite(L"\xFEFF", sizeof(wchar_t), 1, f);
   std::fwrite(line.data(), sizeof(char16_t), line.size(), f);
   std::fwrite(L"\r\n", sizeof(wchar_t), 2, f);
@@ -53,10 +65,23 @@ int wmain(int argc, wchar_t** argv) {
   const ustring watched = argc > 2 ? lumo::test::u16(argv[2]) : ustring();
   const DWORD seconds = argc > 3 ? static_cast<DWORD>(std::wcstoul(argv[3], nullptr, 10)) : 300;
   const DWORD end = GetTickCount() + seconds * 1000;
-  HWND last = nullptr;
+  std::vector<ustring> closing;
+  {
+    wchar_t buf[1024] = L"";
+    if (GetEnvironmentVariableW(L"LUMO_WATCHER_CLOSE", buf, 1024) > 0)
+      for (ustring& t : lumo::split(lumo::test::u16(buf), u"|"))
+        if (!t.empty()) closing.push_back(t);
+  }
+  HWND last = nullptr, closed = nullptr;
   while (static_cast<LONG>(end - GetTickCount()) > 0) {
     Scan s{&watched};
+    s.closing = &closing;
     EnumWindows(scanWindow, reinterpret_cast<LPARAM>(&s));
+    if (!s.box && s.toClose && s.toClose != closed) {
+      append(argv[1], u"<closed>\t" + lumo::win32::windowText(s.toClose) + u"\t0");
+      closed = s.toClose;
+      PostMessageW(s.toClose, WM_CLOSE, 0, 0);
+    }
     if (s.box && s.box != last) {
       append(argv[1], lumo::win32::windowText(s.box) + u"\t" + lumo::test::messageText(s.box) + u"\t" +
                           lumo::toText(s.windows));
