@@ -97,6 +97,24 @@ void Collection::remove(std::size_t position) {
     if (items_[i].hasKey) keys_[toUpper(items_[i].key)] = i;
 }
 
+void Collection::reorder(std::span<const uint32_t> order) {
+  const std::size_t m = order.size();
+  if (m > items_.size()) throw Error(errnum::InvalidCall);
+  // Where each item goes; a position met twice or out of range is no permutation.
+  std::vector<uint32_t> target(m, UINT32_MAX);
+  for (std::size_t p = 0; p < m; ++p) {
+    if (order[p] >= m || target[order[p]] != UINT32_MAX) throw Error(errnum::InvalidCall);
+    target[order[p]] = static_cast<uint32_t>(p);
+  }
+  std::vector<Entry> moved;
+  moved.reserve(items_.size());
+  for (std::size_t p = 0; p < m; ++p) moved.push_back(std::move(items_[order[p]]));
+  for (std::size_t p = m; p < items_.size(); ++p) moved.push_back(std::move(items_[p]));
+  items_ = std::move(moved);
+  for (auto& [key, position] : keys_)
+    if (position < m) position = target[position];
+}
+
 void Collection::clear() {
   items_.clear();
   keys_.clear();

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "automation/variant.h"
@@ -92,6 +93,11 @@ class Collection : public Object {
   bool hasKey(const ustring& key) const;
   void remove(std::size_t position);
   void clear();
+  // Puts the first order.size() items in a new order: order[p] is the 0-based
+  // position, before, of the item that goes to position p. The items move with
+  // their keys; no item is copied. Raises 5 when order is not a permutation of
+  // 0..order.size()-1 or is longer than the collection.
+  void reorder(std::span<const uint32_t> order);
 
   Variant invoke(const ustring& name, InvokeKind kind, Args& args) override;
   bool hasMember(const ustring& name) const override;
