@@ -32,6 +32,8 @@ PagePlan::PagePlan(std::span<const int32_t> columnTwips, int32_t dataRows, const
                                 .clipped = end > right});
     return std::min(end, right);
   };
+  // The room a column has on a band of its own.
+  const int64_t freshRoom = right - left - (repeatFirst_ ? widthOf(0) : 0);
   std::size_t next = 0;
   while (next < n) {
     std::vector<PlacedColumn> band;
@@ -39,9 +41,10 @@ PagePlan::PagePlan(std::span<const int32_t> columnTwips, int32_t dataRows, const
     if (next > 0 && repeatFirst_) x = place(band, 0, x);
     const std::size_t firstHere = next;
     while (next < n) {
-      // A column that does not fit goes to the next band, unless it is the
-      // band's own first: then it is printed here, cut at the margin.
-      if (next != firstHere && x + widthOf(next) > right) break;
+      // A column that does not fit goes to the next band when it gets more room
+      // there; otherwise (a band's first column, or one wider than any band) it
+      // is printed here, cut at the margin.
+      if (next != firstHere && x + widthOf(next) > right && freshRoom > right - x) break;
       x = place(band, next, x);
       ++next;
     }
