@@ -219,6 +219,9 @@ class DisplayerPresenter {
   void setColumnAlignment(int32_t col, int32_t code);
   void setRowCount(int32_t n);
   void setCurrentRow(int32_t row);
+  // The user moved the list's focus to a row: it is the current row, and the
+  // list's marks stay as the user left them.
+  void focusMoved(int32_t row) { list_.setCurrentRow(row); }
   void setCellText(int32_t row, int32_t col, const ustring& text);
 
   // ---- commands -------------------------------------------------------------------------------

@@ -779,7 +779,7 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
           trackMarks(lv->iItem);
           // The user moved the focus: that row is the current row now.
           if (!applyingRow_ && focusedItem_ >= 0 && focusedItem_ != focusedBefore)
-            presenter_.setCurrentRow(focusedItem_ + 1);
+            presenter_.focusMoved(focusedItem_ + 1);
           if ((lv->uNewState ^ lv->uOldState) & LVIS_SELECTED) later(kSelectionLater);
         }
         return true;
