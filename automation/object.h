@@ -112,7 +112,12 @@ class Collection : public Object {
     bool hasKey;
   };
   std::vector<Entry> items_;
-  std::map<ustring, std::size_t> keys_;  // folded key -> count of entries with that key (always 0 or 1)
+  // The entry's position behind a folded key, found again when a reorder left it stale.
+  std::size_t position(const ustring& key) const;
+  mutable std::map<ustring, std::size_t> keys_;  // folded key -> position of the entry with that key
+  // Positions moved since keys_ was written (a reorder): the keys are right, their
+  // positions are found again on the first lookup by key.
+  mutable bool positionsStale_ = false;
 };
 
 }  // namespace lumo

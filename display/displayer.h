@@ -140,8 +140,9 @@ class DisplayerView {
   virtual std::vector<ui::RowRange> selectedRows() const = 0;
   // Selects every data row.
   virtual void selectAllRows() = 0;
-  // Puts text on the clipboard: false when another program holds it open.
-  virtual bool setClipboardText(const ustring& text) = 0;
+  // Puts a text of 'length' UTF-16 units on the clipboard, written by 'write'
+  // into the clipboard's own memory: false when another program holds it open.
+  virtual bool setClipboardText(std::size_t length, const std::function<void(char16_t*)>& write) = 0;
   // Shows the find dialog (brings it forward when it is open) starting with 'start'.
   virtual void showFindDialog(const ui::FindRequest& start) = 0;
   // The list's printing object.

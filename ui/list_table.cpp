@@ -62,25 +62,27 @@ bool numberCellValue(ustring_view s, double& value) {
 
 std::vector<uint32_t> sortOrder(std::span<const ustring_view> cells, SortKind kind, bool descending,
                                 const Collation& collation) {
-  // What a cell is, worked out once per row rather than once per comparison.
+  // What a cell is, worked out once per row rather than once per comparison, and
+  // sorted together with its row's index: the comparisons read the keys where
+  // they lie instead of going through the index.
   enum : uint8_t { Number, Text, Empty };
   struct Key {
-    uint8_t kind;
+    ustring_view cell;
     double value;
+    uint32_t index;
+    uint8_t kind;
   };
   std::vector<Key> keys(cells.size());
   for (std::size_t i = 0; i < cells.size(); ++i) {
     Key& k = keys[i];
+    k.cell = cells[i];
     k.value = 0;
+    k.index = static_cast<uint32_t>(i);
     if (cells[i].empty()) k.kind = Empty;
     else if (kind == SortKind::Number && numberCellValue(cells[i], k.value)) k.kind = Number;
     else k.kind = Text;
   }
-  std::vector<uint32_t> order(cells.size());
-  for (std::size_t i = 0; i < order.size(); ++i) order[i] = static_cast<uint32_t>(i);
-  std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
-    const Key& ka = keys[a];
-    const Key& kb = keys[b];
+  std::stable_sort(keys.begin(), keys.end(), [&](const Key& ka, const Key& kb) {
     if (ka.kind != kb.kind) {
       if (ka.kind == Empty || kb.kind == Empty) return kb.kind == Empty;
       return descending ? ka.kind > kb.kind : ka.kind < kb.kind;
@@ -88,12 +90,14 @@ std::vector<uint32_t> sortOrder(std::span<const ustring_view> cells, SortKind ki
     switch (ka.kind) {
       case Number: return descending ? kb.value < ka.value : ka.value < kb.value;
       case Text: {
-        const int c = collation.compare(cells[a], cells[b]);
+        const int c = collation.compare(ka.cell, kb.cell);
         return descending ? c > 0 : c < 0;
       }
       default: return false;
     }
   });
+  std::vector<uint32_t> order(keys.size());
+  for (std::size_t p = 0; p < keys.size(); ++p) order[p] = keys[p].index;
   return order;
 }
 
@@ -122,54 +126,86 @@ int32_t findRow(const TableText& table, int32_t from, const FindRequest& request
 
 namespace {
 
-void appendQuotedCells(ustring& out, ustring_view cells) {
+bool holdsLineBreak(ustring_view text) {
+  for (char16_t c : text)
+    if (c == u'\r' || c == u'\n') return true;
+  return false;
+}
+
+// The length of a line whose cells holding a line break are quoted.
+std::size_t quotedSize(ustring_view cells) {
+  std::size_t size = 0;
   std::size_t start = 0;
   for (;;) {
     const std::size_t tab = cells.find(u'\t', start);
     const ustring_view cell = cells.substr(start, tab == ustring_view::npos ? ustring_view::npos : tab - start);
-    if (cell.find_first_of(u"\r\n") == ustring_view::npos) {
-      out += cell;
-    } else {
-      out.push_back(u'"');
-      for (char16_t c : cell) {
-        if (c == u'"') out.push_back(u'"');
-        out.push_back(c);
-      }
-      out.push_back(u'"');
-    }
-    if (tab == ustring_view::npos) break;
-    out.push_back(u'\t');
+    size += cell.size();
+    if (holdsLineBreak(cell)) size += 2 + static_cast<std::size_t>(std::count(cell.begin(), cell.end(), u'"'));
+    if (tab == ustring_view::npos) return size;
+    size += 1;
     start = tab + 1;
   }
 }
 
-void appendLine(ustring& out, ustring_view cells) {
-  if (cells.find_first_of(u"\r\n") == ustring_view::npos) out += cells;
-  else appendQuotedCells(out, cells);
-  out += u"\r\n";
+char16_t* writeQuoted(char16_t* out, ustring_view cells) {
+  std::size_t start = 0;
+  for (;;) {
+    const std::size_t tab = cells.find(u'\t', start);
+    const ustring_view cell = cells.substr(start, tab == ustring_view::npos ? ustring_view::npos : tab - start);
+    if (!holdsLineBreak(cell)) {
+      out = std::copy(cell.begin(), cell.end(), out);
+    } else {
+      *out++ = u'"';
+      for (char16_t c : cell) {
+        if (c == u'"') *out++ = u'"';
+        *out++ = c;
+      }
+      *out++ = u'"';
+    }
+    if (tab == ustring_view::npos) return out;
+    *out++ = u'\t';
+    start = tab + 1;
+  }
 }
 
 }  // namespace
 
-ustring copyText(const TableText& table, std::span<const RowRange> rows) {
+CopyText::CopyText(const TableText& table, std::span<const RowRange> rows) : table_(table) {
   const int32_t last = table.rowCount() - 1;
+  for (const RowRange& r : rows) {
+    const RowRange inside{std::max(r.first, 1), std::min(r.last, last)};
+    if (inside.last >= inside.first) rows_.push_back(inside);
+  }
   ustring scratch;
-  ustring out;
-  appendLine(out, table.joinedCells(0, scratch));
-  // Room for every line at the length of the first data row, so that a large
-  // selection is not copied again each time the text outgrows its buffer.
-  std::size_t lines = 0;
-  for (const RowRange& r : rows) {
-    const int64_t n = int64_t(std::min(r.last, last)) - std::max(r.first, 1) + 1;
-    if (n > 0) lines += static_cast<std::size_t>(n);
-  }
-  if (lines > 0 && !rows.empty()) {
-    const int32_t sample = std::clamp(rows.front().first, 1, std::max(1, last));
-    if (sample <= last) out.reserve(out.size() + lines * (table.joinedCells(sample, scratch).size() + 4));
-  }
-  for (const RowRange& r : rows) {
-    for (int32_t row = std::max(r.first, 1); row <= std::min(r.last, last); ++row) appendLine(out, table.joinedCells(row, scratch));
-  }
+  auto measure = [&](int32_t row) {
+    const ustring& cells = table_.joinedCells(row, scratch);
+    const bool quoted = holdsLineBreak(cells);
+    quoted_.push_back(quoted);
+    size_ += (quoted ? quotedSize(cells) : cells.size()) + 2;
+  };
+  measure(0);
+  for (const RowRange& r : rows_)
+    for (int32_t row = r.first; row <= r.last; ++row) measure(row);
+}
+
+void CopyText::write(char16_t* out) const {
+  ustring scratch;
+  std::size_t line = 0;
+  auto put = [&](int32_t row) {
+    const ustring& cells = table_.joinedCells(row, scratch);
+    out = quoted_[line++] ? writeQuoted(out, cells) : std::copy(cells.begin(), cells.end(), out);
+    *out++ = u'\r';
+    *out++ = u'\n';
+  };
+  put(0);
+  for (const RowRange& r : rows_)
+    for (int32_t row = r.first; row <= r.last; ++row) put(row);
+}
+
+ustring copyText(const TableText& table, std::span<const RowRange> rows) {
+  const CopyText text(table, rows);
+  ustring out(text.size(), u'\0');
+  text.write(out.data());
   return out;
 }
 

@@ -86,6 +86,23 @@ struct RowRange {
 // by tabs and ended by CR LF. A cell holding a line break is quoted ("..." with
 // inner quotes doubled) so that it stays one cell. Rows outside the data rows
 // are left out.
+//
+// Measured first, then written straight where it goes (the clipboard's own
+// memory): a large table is not built twice.
+class CopyText {
+ public:
+  CopyText(const TableText& table, std::span<const RowRange> rows);
+  // In UTF-16 units, without a terminating NUL.
+  std::size_t size() const { return size_; }
+  // Writes exactly size() units to out.
+  void write(char16_t* out) const;
+
+ private:
+  const TableText& table_;
+  std::vector<RowRange> rows_;  // inside the data rows
+  std::vector<bool> quoted_;    // per line, header first: a cell needs quotes
+  std::size_t size_ = 0;
+};
 ustring copyText(const TableText& table, std::span<const RowRange> rows);
 
 }  // namespace lumo::ui

@@ -61,6 +61,22 @@ TEST(Collection, ReorderMovesItemsWithTheirKeys) {
   EXPECT_EQ(c.item(std::size_t(2)).toString(), u"item d");
 }
 
+TEST(Collection, KeysAddedAndRemovedAfterAReorderStayRight) {
+  auto c = std::make_shared<Collection>();
+  for (const char16_t* k : {u"1", u"2", u"3"}) c->call(u"Add", {Variant(ustring(u"row ") + k), Variant(k)});
+  const uint32_t order[] = {2, 1, 0};
+  c->reorder(order);
+  const ustring four = u"4", two = u"2";
+  c->add(Variant(u"row 4"), &four);
+  EXPECT_EQ(errorOf([&] { c->add(Variant(u"again"), &two); }), errnum::KeyAlreadyExists);
+  EXPECT_EQ(c->item(u"4").toString(), u"row 4");
+  EXPECT_EQ(c->item(u"1").toString(), u"row 1");
+  c->call(u"Remove", {Variant(u"3")});
+  EXPECT_EQ(c->item(std::size_t(1)).toString(), u"row 2");
+  EXPECT_EQ(c->item(u"1").toString(), u"row 1");
+  EXPECT_EQ(c->count(), 3u);
+}
+
 TEST(Collection, ReorderRefusesWhatIsNoPermutation) {
   Collection c;
   for (int i = 0; i < 3; ++i) c.add(Variant(int32_t(i)));

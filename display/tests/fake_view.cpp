@@ -113,9 +113,14 @@ void FakeView::selectAllRows() {
   if (listRows > 1) selection.push_back({1, listRows - 1});
 }
 
-bool FakeView::setClipboardText(const ustring& text) {
+bool FakeView::setClipboardText(std::size_t length, const std::function<void(char16_t*)>& write) {
   calls.push_back("setClipboardText()");
   if (clipboardBusy) return false;
+  // One unit more than asked for: writing past the length shows as a changed end.
+  ustring text(length + 1, u'#');
+  write(text.data());
+  if (text.back() != u'#') throw std::logic_error("the clipboard text was written past the length given");
+  text.pop_back();
   clipboard = text;
   return true;
 }

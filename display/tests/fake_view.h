@@ -103,7 +103,7 @@ class FakeView : public DisplayerView {
   const ui::Collation& collation() const override { return *collationInUse; }
   std::vector<ui::RowRange> selectedRows() const override { return selection; }
   void selectAllRows() override;
-  bool setClipboardText(const ustring& text) override;
+  bool setClipboardText(std::size_t length, const std::function<void(char16_t*)>& write) override;
   void showFindDialog(const ui::FindRequest& start) override;
   void printList() override;
   void previewList() override;

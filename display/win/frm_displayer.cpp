@@ -288,13 +288,12 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
   void selectAllRows() override {
     if (list_ && ListView_GetItemCount(list_) > 0) ListView_SetItemState(list_, -1, LVIS_SELECTED, LVIS_SELECTED);
   }
-  bool setClipboardText(const ustring& text) override {
-    const std::size_t bytes = (text.size() + 1) * sizeof(wchar_t);
-    HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, bytes);
+  bool setClipboardText(std::size_t length, const std::function<void(char16_t*)>& write) override {
+    HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, (length + 1) * sizeof(wchar_t));
     if (!memory) throw Error(7, u"Out of memory");
-    auto* p = static_cast<wchar_t*>(GlobalLock(memory));
-    std::copy(text.begin(), text.end(), p);
-    p[text.size()] = L'\0';
+    auto* p = static_cast<char16_t*>(GlobalLock(memory));
+    write(p);
+    p[length] = u'\0';
     GlobalUnlock(memory);
     if (!OpenClipboard(hwnd())) {
       GlobalFree(memory);
