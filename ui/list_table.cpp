@@ -170,36 +170,43 @@ char16_t* writeQuoted(char16_t* out, ustring_view cells) {
 
 }  // namespace
 
-CopyText::CopyText(const TableText& table, std::span<const RowRange> rows) : table_(table) {
+CopyText::CopyText(const TableText& table, std::span<const RowRange> rows) {
   const int32_t last = table.rowCount() - 1;
+  std::size_t count = 1;
   for (const RowRange& r : rows) {
-    const RowRange inside{std::max(r.first, 1), std::min(r.last, last)};
-    if (inside.last >= inside.first) rows_.push_back(inside);
+    const int64_t n = int64_t(std::min(r.last, last)) - std::max(r.first, 1) + 1;
+    if (n > 0) count += static_cast<std::size_t>(n);
   }
+  lines_.reserve(count);
   ustring scratch;
+  std::vector<std::size_t> builtAt;  // lines whose text is in built_, in order
   auto measure = [&](int32_t row) {
-    const ustring& cells = table_.joinedCells(row, scratch);
+    const ustring& cells = table.joinedCells(row, scratch);
     const bool quoted = holdsLineBreak(cells);
-    quoted_.push_back(quoted);
     size_ += (quoted ? quotedSize(cells) : cells.size()) + 2;
+    if (&cells == &scratch) {
+      // Built for this row only: kept until the text is written.
+      builtAt.push_back(lines_.size());
+      built_.push_back(std::move(scratch));
+      scratch.clear();
+      lines_.push_back(Line{{}, quoted});
+    } else {
+      lines_.push_back(Line{cells, quoted});
+    }
   };
   measure(0);
-  for (const RowRange& r : rows_)
-    for (int32_t row = r.first; row <= r.last; ++row) measure(row);
+  for (const RowRange& r : rows)
+    for (int32_t row = std::max(r.first, 1); row <= std::min(r.last, last); ++row) measure(row);
+  // built_ has stopped growing: its texts stay where they are now.
+  for (std::size_t k = 0; k < builtAt.size(); ++k) lines_[builtAt[k]].cells = built_[k];
 }
 
 void CopyText::write(char16_t* out) const {
-  ustring scratch;
-  std::size_t line = 0;
-  auto put = [&](int32_t row) {
-    const ustring& cells = table_.joinedCells(row, scratch);
-    out = quoted_[line++] ? writeQuoted(out, cells) : std::copy(cells.begin(), cells.end(), out);
+  for (const Line& line : lines_) {
+    out = line.quoted ? writeQuoted(out, line.cells) : std::copy(line.cells.begin(), line.cells.end(), out);
     *out++ = u'\r';
     *out++ = u'\n';
-  };
-  put(0);
-  for (const RowRange& r : rows_)
-    for (int32_t row = r.first; row <= r.last; ++row) put(row);
+  }
 }
 
 ustring copyText(const TableText& table, std::span<const RowRange> rows) {

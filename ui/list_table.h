@@ -88,7 +88,8 @@ struct RowRange {
 // are left out.
 //
 // Measured first, then written straight where it goes (the clipboard's own
-// memory): a large table is not built twice.
+// memory): a large table is not built twice. The lines are found once; the
+// table must not change until the text is written.
 class CopyText {
  public:
   CopyText(const TableText& table, std::span<const RowRange> rows);
@@ -98,9 +99,12 @@ class CopyText {
   void write(char16_t* out) const;
 
  private:
-  const TableText& table_;
-  std::vector<RowRange> rows_;  // inside the data rows
-  std::vector<bool> quoted_;    // per line, header first: a cell needs quotes
+  struct Line {
+    ustring_view cells;  // the row's stored text, or one of built_
+    bool quoted;         // a cell holds a line break
+  };
+  std::vector<Line> lines_;  // header first
+  std::vector<ustring> built_;  // lines that had to be joined
   std::size_t size_ = 0;
 };
 ustring copyText(const TableText& table, std::span<const RowRange> rows);
