@@ -113,6 +113,33 @@ HWND visibleDialog() {
   return nullptr;
 }
 
+// The items of the context menu that a WM_CONTEXTMENU at 'at' opens over the
+// list, read and pictured (as 'shot') inside the menu's own loop, which is then ended.
+std::vector<std::wstring> contextMenu(HWND window, HWND list, LPARAM at, const std::string& shot) {
+  static std::vector<std::wstring> items;
+  static HWND owner = nullptr;
+  static std::wstring picture;
+  items.clear();
+  owner = window;
+  picture = shotPath(shot);
+  const UINT_PTR timer = SetTimer(nullptr, 0, 200, [](HWND, UINT, UINT_PTR, DWORD) {
+    for (HWND m : lumo::test::threadWindowsOfClass(L"#32768")) {
+      if (!IsWindowVisible(m) || !items.empty()) continue;
+      HMENU menu = reinterpret_cast<HMENU>(SendMessageW(m, MN_GETHMENU, 0, 0));
+      for (int i = 0; menu && i < GetMenuItemCount(menu); ++i) {
+        wchar_t buf[64] = {};
+        GetMenuStringW(menu, static_cast<UINT>(i), buf, 64, MF_BYPOSITION);
+        items.push_back(buf);
+      }
+      EXPECT_TRUE(lumo::test::saveWindowPng(owner, picture));
+      EndMenu();
+    }
+  });
+  SendMessageW(window, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(list), at);
+  KillTimer(nullptr, timer);
+  return items;
+}
+
 class ListWindow : public ::testing::Test {
  protected:
   void TearDown() override {
@@ -336,30 +363,12 @@ TEST_F(ListWindow, RowsPickedWithCtrlGoToTheClipboardWithTheHeaderAndAreCounted)
 
 TEST_F(ListWindow, TheContextMenuOffersCopyAndSelectAll) {
   open(u"菜单测试", u"姓名\t金额\t部门|", 3, kStaff, {2});
-  static std::vector<std::wstring> items;
-  static HWND owner = nullptr;
-  items.clear();
-  owner = hwnd_;
-  // Read and pictured inside the menu's own loop, then closed.
-  const UINT_PTR timer = SetTimer(nullptr, 0, 200, [](HWND, UINT, UINT_PTR, DWORD) {
-    for (HWND m : lumo::test::threadWindowsOfClass(L"#32768")) {
-      if (!IsWindowVisible(m) || !items.empty()) continue;
-      HMENU menu = reinterpret_cast<HMENU>(SendMessageW(m, MN_GETHMENU, 0, 0));
-      for (int i = 0; menu && i < GetMenuItemCount(menu); ++i) {
-        wchar_t buf[64] = {};
-        GetMenuStringW(menu, static_cast<UINT>(i), buf, 64, MF_BYPOSITION);
-        items.push_back(buf);
-      }
-      lumo::test::saveWindowPng(owner, shotPath("display-list-menu-chs.png"));
-      EndMenu();
-    }
-  });
+  clickRow(2, false);
   RECT r{};
   ListView_GetItemRect(list_, 2, &r, LVIR_BOUNDS);
   POINT p{r.left + 40, r.bottom};
   ClientToScreen(list_, &p);
-  SendMessageW(hwnd_, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(list_), MAKELPARAM(p.x, p.y));
-  KillTimer(nullptr, timer);
+  const std::vector<std::wstring> items = contextMenu(hwnd_, list_, MAKELPARAM(p.x, p.y), "display-list-menu-chs.png");
   EXPECT_EQ((std::vector<std::wstring>{L"复制", L"全选"}), items);
 }
 
@@ -459,25 +468,8 @@ TEST_F(ListWindow, InEnglishTheNewTextsComeTranslated) {
   EXPECT_EQ(L"8 rows  2 selected", rowsPanel());
   shot(hwnd_, "display-list-sorted-en.png");
 
-  static std::vector<std::wstring> items;
-  static HWND owner = nullptr;
-  items.clear();
-  owner = hwnd_;
-  const UINT_PTR timer = SetTimer(nullptr, 0, 200, [](HWND, UINT, UINT_PTR, DWORD) {
-    for (HWND m : lumo::test::threadWindowsOfClass(L"#32768")) {
-      if (!IsWindowVisible(m) || !items.empty()) continue;
-      HMENU menu = reinterpret_cast<HMENU>(SendMessageW(m, MN_GETHMENU, 0, 0));
-      for (int i = 0; menu && i < GetMenuItemCount(menu); ++i) {
-        wchar_t buf[64] = {};
-        GetMenuStringW(menu, static_cast<UINT>(i), buf, 64, MF_BYPOSITION);
-        items.push_back(buf);
-      }
-      lumo::test::saveWindowPng(owner, shotPath("display-list-menu-en.png"));
-      EndMenu();
-    }
-  });
-  SendMessageW(hwnd_, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(list_), MAKELPARAM(-1, -1));
-  KillTimer(nullptr, timer);
+  // From the keyboard (no position): the menu opens at the focused row.
+  const std::vector<std::wstring> items = contextMenu(hwnd_, list_, MAKELPARAM(-1, -1), "display-list-menu-en.png");
   EXPECT_EQ((std::vector<std::wstring>{L"Copy", L"Select All"}), items);
 
   chord({VK_CONTROL, 'F'});
