@@ -81,11 +81,18 @@ const Variant& Collection::item(std::size_t position) const {
   return items_[position - 1].item;
 }
 
-const Variant& Collection::item(const ustring& key) const {
+std::size_t Collection::position(const ustring& key) const {
+  if (positionsStale_) {
+    for (std::size_t i = 0; i < items_.size(); ++i)
+      if (items_[i].hasKey) keys_[toUpper(items_[i].key)] = i;
+    positionsStale_ = false;
+  }
   auto it = keys_.find(toUpper(key));
   if (it == keys_.end()) throw Error(errnum::InvalidCall);
-  return items_[it->second].item;
+  return it->second;
 }
+
+const Variant& Collection::item(const ustring& key) const { return items_[position(key)].item; }
 
 bool Collection::hasKey(const ustring& key) const { return keys_.count(toUpper(key)) > 0; }
 
@@ -95,11 +102,32 @@ void Collection::remove(std::size_t position) {
   keys_.clear();
   for (std::size_t i = 0; i < items_.size(); ++i)
     if (items_[i].hasKey) keys_[toUpper(items_[i].key)] = i;
+  positionsStale_ = false;
+}
+
+void Collection::reorder(std::span<const uint32_t> order) {
+  const std::size_t m = order.size();
+  if (m > items_.size()) throw Error(errnum::InvalidCall);
+  // Where each item goes; a position met twice or out of range is no permutation.
+  std::vector<uint32_t> target(m, UINT32_MAX);
+  for (std::size_t p = 0; p < m; ++p) {
+    if (order[p] >= m || target[order[p]] != UINT32_MAX) throw Error(errnum::InvalidCall);
+    target[order[p]] = static_cast<uint32_t>(p);
+  }
+  std::vector<Entry> moved;
+  moved.reserve(items_.size());
+  for (std::size_t p = 0; p < m; ++p) moved.push_back(std::move(items_[order[p]]));
+  for (std::size_t p = m; p < items_.size(); ++p) moved.push_back(std::move(items_[p]));
+  items_ = std::move(moved);
+  // Walking every key now would cost as much as the move itself; a lookup by key
+  // after a reorder (rare: callers go by position) finds the positions again.
+  if (!keys_.empty()) positionsStale_ = true;
 }
 
 void Collection::clear() {
   items_.clear();
   keys_.clear();
+  positionsStale_ = false;
 }
 
 const Variant& Collection::lookup(const Variant& index) const {
@@ -129,9 +157,7 @@ Variant Collection::invoke(const ustring& name, InvokeKind kind, Args& args) {
     if (args.size() != 1) throw Error(errnum::WrongArgumentCount);
     const Variant& index = args[0].deref();
     if (index.isString()) {
-      auto it = keys_.find(toUpper(index.rawString()));
-      if (it == keys_.end()) throw Error(errnum::InvalidCall);
-      remove(it->second + 1);
+      remove(position(index.rawString()) + 1);
     } else {
       remove(static_cast<std::size_t>(index.toI4()));
     }

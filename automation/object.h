@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "automation/variant.h"
@@ -92,6 +93,11 @@ class Collection : public Object {
   bool hasKey(const ustring& key) const;
   void remove(std::size_t position);
   void clear();
+  // Puts the first order.size() items in a new order: order[p] is the 0-based
+  // position, before, of the item that goes to position p. The items move with
+  // their keys; no item is copied. Raises 5 when order is not a permutation of
+  // 0..order.size()-1 or is longer than the collection.
+  void reorder(std::span<const uint32_t> order);
 
   Variant invoke(const ustring& name, InvokeKind kind, Args& args) override;
   bool hasMember(const ustring& name) const override;
@@ -106,7 +112,12 @@ class Collection : public Object {
     bool hasKey;
   };
   std::vector<Entry> items_;
-  std::map<ustring, std::size_t> keys_;  // folded key -> count of entries with that key (always 0 or 1)
+  // The entry's position behind a folded key, found again when a reorder left it stale.
+  std::size_t position(const ustring& key) const;
+  mutable std::map<ustring, std::size_t> keys_;  // folded key -> position of the entry with that key
+  // Positions moved since keys_ was written (a reorder): the keys are right, their
+  // positions are found again on the first lookup by key.
+  mutable bool positionsStale_ = false;
 };
 
 }  // namespace lumo

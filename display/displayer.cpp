@@ -56,6 +56,9 @@ const ToolText kTools[5] = {
 
 const char16_t* const kToolButtonKeys[5] = {u"Open", u"Save", u"Print", u"PrintView", u"Exit"};
 const char16_t* const kStatusPanelWait = u"Wait";
+const char16_t* const kStatusPanelRows = u"Rows";
+
+const char16_t* listCommandKey(ListCommand command) { return command == ListCommand::Copy ? u"复制" : u"全选"; }
 const char16_t* const kDefaultCaption = u"Lumo显示器";
 const char16_t* const kLedgerFilter = u"All Files (*.*)|*.*|Ledger Files" u"(*.ldg)|*.ldg";
 
@@ -92,10 +95,14 @@ void DisplayerPresenter::load() {
   setColumnWidth(1, kLoadColumnWidth);
   const std::size_t entries = rowSets()->count();
   setRowCount(static_cast<int32_t>(std::min<std::size_t>(entries, INT32_MAX - 1) + 1));
+  updateRowsPanel();
   view_.refreshList();
 }
 
-void DisplayerPresenter::activated() { view_.refreshList(); }
+void DisplayerPresenter::activated() {
+  updateRowsPanel();
+  view_.refreshList();
+}
 
 void DisplayerPresenter::unload() {
   struct Reset {
@@ -139,6 +146,22 @@ void DisplayerPresenter::setStatus(const ustring& text) {
   view_.setStatusPanelText(kStatusPanelWait, text);
 }
 
+void DisplayerPresenter::setRowsText(const ustring& text) {
+  rowsText_ = text;
+  view_.setStatusPanelText(kStatusPanelRows, text);
+}
+
+void DisplayerPresenter::updateRowsPanel() {
+  ustring text = formatResString(u"共 %1 行", {Variant(std::max(0, list_.rowCount() - 1))});
+  if (selected_ > 1) text += u"  " + formatResString(u"已选 %1 行", {Variant(selected_)});
+  setRowsText(text);
+}
+
+void DisplayerPresenter::selectionChanged(int32_t selected) {
+  selected_ = std::max(0, selected);
+  updateRowsPanel();
+}
+
 // ---- the list ------------------------------------------------------------------------
 
 void DisplayerPresenter::setColumnCount(int32_t n) {
@@ -172,6 +195,8 @@ void DisplayerPresenter::setCellText(int32_t row, int32_t col, const ustring& te
 }
 
 void DisplayerPresenter::clearList() {
+  sortColumn_ = 0;
+  sortDescending_ = false;
   list_.setRows(nullptr);  // a new, empty collection: a caller's own stays as it was
   list_.clearCells();
   for (int32_t c = 1; c <= list_.columnCount(); ++c) view_.setListHeaderText(c, list_.text(0, c));
@@ -209,9 +234,77 @@ void DisplayerPresenter::toolButtonClicked(const ustring& key) {
   else if (key == u"Exit") close();
 }
 
-void DisplayerPresenter::keyDown(int32_t keyCode) {
+void DisplayerPresenter::keyDown(int32_t keyCode, bool ctrl, bool shift) {
   if (keyCode == kKeyEscape) close();
   else if (keyCode == kKeyF1) help();
+  else if (keyCode == kKeyF3) findAgain(!shift);
+  else if (ctrl) {
+    switch (keyCode) {
+      case 'O': open(); break;
+      case 'S': save(); break;
+      case 'P': print(); break;
+      case 'A': selectAll(); break;
+      case 'C': copy(); break;
+      case 'F': showFind(); break;
+      default: break;
+    }
+  }
+}
+
+// ---- sorting, selection, clipboard, find ---------------------------------------------------
+
+void DisplayerPresenter::columnClicked(int32_t col) {
+  const bool descending = col == sortColumn_ && !sortDescending_;
+  if (!list_.sortBy(col, descending, view_.collation())) return;
+  sortColumn_ = col;
+  sortDescending_ = descending;
+  // The selection was of places, not of rows: only the current row, which
+  // followed its entry, stays selected.
+  view_.setListCurrentRow(list_.currentRow());
+  view_.refreshList();
+}
+
+void DisplayerPresenter::columnResized(int32_t col, int32_t twips) { list_.setColumnWidth(col, twips); }
+
+ustring DisplayerPresenter::listCommandText(ListCommand command) const { return loadVtString(listCommandKey(command)); }
+
+void DisplayerPresenter::listCommand(ListCommand command) {
+  if (command == ListCommand::Copy) copy();
+  else selectAll();
+}
+
+void DisplayerPresenter::copy() {
+  const std::vector<ui::RowRange> rows = view_.selectedRows();
+  if (rows.empty()) return;
+  // Another program holding the clipboard loses nothing: the selection stays
+  // and the user copies again.
+  const ui::CopyText text(list_, rows);
+  if (!view_.setClipboardText(text.size(), [&text](char16_t* out) { text.write(out); }))
+    setRowsText(loadVtString(u"剪贴板正被其他程序使用，未能复制，请稍后再试"));
+}
+
+void DisplayerPresenter::find(const ui::FindRequest& request) {
+  lastFind_ = request;
+  searched_ = true;
+  const int32_t row = ui::findRow(list_, list_.currentRow(), request);
+  if (row < 1) {
+    setRowsText(formatResString(u"找不到“%1”", {Variant(request.text)}));
+    return;
+  }
+  list_.setCurrentRow(row);
+  view_.setListCurrentRow(row);
+}
+
+void DisplayerPresenter::findAgain(bool down) {
+  if (!searched_ || lastFind_.text.empty()) {
+    showFind();
+    return;
+  }
+  const bool dialogDirection = lastFind_.down;
+  ui::FindRequest request = lastFind_;
+  request.down = down;
+  find(request);
+  lastFind_.down = dialogDirection;  // the dialog keeps the direction the user chose there
 }
 
 void DisplayerPresenter::help() { showHelp(view_.windowHandle()); }
@@ -220,8 +313,9 @@ void DisplayerPresenter::save() {
   const FileChoice choice = view_.fileDialog(FileDialogKind::Save, kLedgerFilter, kLedgerFilterIndex, kFileDialogFlags);
   if (choice.cancelled) return;
   setStatus(loadVtString(u"保存 ..."));
+  std::size_t replaced = 0;
   try {
-    saveLedger(choice.path, list_);
+    replaced = saveLedger(choice.path, list_);
   } catch (const std::exception&) {
     // Not reported: the status still says the save is under way, and nothing
     // claims that the file was saved.
@@ -230,6 +324,9 @@ void DisplayerPresenter::save() {
   fileName_ = choice.path;
   setCaption(baseCaption_ + u" - " + choice.path);
   setStatus(loadVtString(u"保存完毕"));
+  if (replaced > 0)
+    setRowsText(formatResString(u"%1 个字符不能按本机编码保存，已写作“?”",
+                                {Variant(static_cast<int32_t>(std::min<std::size_t>(replaced, INT32_MAX)))}));
 }
 
 void DisplayerPresenter::open() {
@@ -257,6 +354,7 @@ void DisplayerPresenter::open() {
   const std::size_t lines = file.rows ? file.rows->count() : 0;
   setRowSets(file.rows);
   setRowCount(static_cast<int32_t>(std::min<std::size_t>(lines, INT32_MAX - 1) + 1));
+  updateRowsPanel();
   view_.refreshList();
 }
 

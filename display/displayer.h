@@ -11,6 +11,7 @@
 
 #include "automation/object.h"
 #include "display/list_model.h"
+#include "ui/list_table.h"
 
 namespace lumo::display {
 
@@ -46,6 +47,7 @@ const char16_t* menuCaptionKey(DisplayMenu item);
 // The tool-bar buttons in order, by key.
 extern const char16_t* const kToolButtonKeys[5];  // "Open", "Save", "Print", "PrintView", "Exit"
 extern const char16_t* const kStatusPanelWait;    // "Wait"
+extern const char16_t* const kStatusPanelRows;    // "Rows": the row counts, and what the list's own commands report
 extern const char16_t* const kDefaultCaption;     // "Lumo显示器"
 
 // Texts and numbers handed to the file dialogs.
@@ -57,6 +59,13 @@ constexpr uint32_t kListBackColor = 0xFFFFFF;  // RGB(255, 255, 255)
 constexpr int32_t kLoadColumnWidth = 7640;   // twips
 constexpr int32_t kKeyEscape = 27;
 constexpr int32_t kKeyF1 = 112;
+constexpr int32_t kKeyF3 = 114;
+
+// The list's context menu, in its order.
+enum class ListCommand { Copy, SelectAll };
+constexpr int kListCommandCount = 2;
+// "复制", "全选": the lookup keys of the context menu's items.
+const char16_t* listCommandKey(ListCommand command);
 
 enum class FileDialogKind { Save, Open };
 
@@ -125,6 +134,17 @@ class DisplayerView {
   virtual void refreshList() = 0;
   virtual ListFont listFont() const = 0;
   virtual void setListFont(const ListFont& font) = 0;
+  // The order of texts in the user's language, for sorting.
+  virtual const ui::Collation& collation() const = 0;
+  // The selected data rows (list rows from 1), in order, as ranges.
+  virtual std::vector<ui::RowRange> selectedRows() const = 0;
+  // Selects every data row.
+  virtual void selectAllRows() = 0;
+  // Puts a text of 'length' UTF-16 units on the clipboard, written by 'write'
+  // into the clipboard's own memory: false when another program holds it open.
+  virtual bool setClipboardText(std::size_t length, const std::function<void(char16_t*)>& write) = 0;
+  // Shows the find dialog (brings it forward when it is open) starting with 'start'.
+  virtual void showFindDialog(const ui::FindRequest& start) = 0;
   // The list's printing object.
   virtual void printList() = 0;
   virtual void previewList() = 0;
@@ -200,14 +220,19 @@ class DisplayerPresenter {
   void setColumnAlignment(int32_t col, int32_t code);
   void setRowCount(int32_t n);
   void setCurrentRow(int32_t row);
+  // The user moved the list's focus to a row: it is the current row, and the
+  // list's marks stay as the user left them.
+  void focusMoved(int32_t row) { list_.setCurrentRow(row); }
   void setCellText(int32_t row, int32_t col, const ustring& text);
 
   // ---- commands -------------------------------------------------------------------------------
   void menuClicked(DisplayMenu item);
   // "Print", "PrintView", "Open", "Save", "Exit"; any other key does nothing.
   void toolButtonClicked(const ustring& key);
-  // Esc closes the window, F1 opens the help.
-  void keyDown(int32_t keyCode);
+  // Esc closes the window, F1 opens the help, F3 finds the next row holding the
+  // text last searched for (Shift+F3 the one before); with Ctrl: O opens, S
+  // saves, P prints, A selects every row, C copies, F opens the find dialog.
+  void keyDown(int32_t keyCode, bool ctrl = false, bool shift = false);
   // The window's inner size changed.
   void resized() { layout(); }
 
@@ -224,6 +249,35 @@ class DisplayerPresenter {
   // Puts the list below the tool bar and above the status bar.
   void layout();
 
+  // ---- what the list does beyond a plain grid ------------------------------------------------
+  // A click on column col's head: sorts the rows on it, ascending, or the other
+  // way round when the rows are sorted on that column already.
+  void columnClicked(int32_t col);
+  // The column the rows were last sorted on (0: none) and in which direction.
+  int32_t sortColumn() const { return sortColumn_; }
+  bool sortDescending() const { return sortDescending_; }
+  // The user gave a column another width (twips): the column keeps it.
+  void columnResized(int32_t col, int32_t twips);
+  // The number of selected rows changed.
+  void selectionChanged(int32_t selected);
+  int32_t selectedCount() const { return selected_; }
+  // The rows panel shows the row count again (after rows came or went).
+  void updateRowsPanel();
+  const ustring& rowsText() const { return rowsText_; }
+  // The context menu's item texts, looked up, and its commands.
+  ustring listCommandText(ListCommand command) const;
+  void listCommand(ListCommand command);
+  // The header and the selected rows onto the clipboard as tab-separated lines.
+  void copy();
+  void selectAll() { view_.selectAllRows(); }
+  void showFind() { view_.showFindDialog(lastFind_); }
+  // Selects and shows the next row (searched from the current one) that holds
+  // the text; says in the rows panel when none does.
+  void find(const ui::FindRequest& request);
+  // The last search again, downwards or upwards; the find dialog when there was none.
+  void findAgain(bool down);
+  const ui::FindRequest& lastFind() const { return lastFind_; }
+
   // ---- the window, for whoever shows it ---------------------------------------------------
   intptr_t windowHandle() const { return view_.windowHandle(); }
   Rect windowRect() const { return view_.windowRect(); }
@@ -236,6 +290,7 @@ class DisplayerPresenter {
     ustring caption, toolTip;
   };
   void setStatus(const ustring& text);
+  void setRowsText(const ustring& text);
   // Empties the list before a file is read into it.
   void clearList();
 
@@ -251,6 +306,12 @@ class DisplayerPresenter {
   ustring statusText_;
   bool toolBarVisible_ = true;
   bool statusBarVisible_ = true;
+  int32_t sortColumn_ = 0;
+  bool sortDescending_ = false;
+  int32_t selected_ = 0;
+  ustring rowsText_;
+  ui::FindRequest lastFind_;
+  bool searched_ = false;
 };
 
 }  // namespace lumo::display

@@ -53,13 +53,14 @@ void writeLedger(SaveFile& file, const ListModel& list) {
   for (int32_t r = 1; r < list.rowCount(); ++r) file.writeTo(list.joinedCells(r, scratch));
 }
 
-void saveLedger(const ustring& path, const ListModel& list) {
+std::size_t saveLedger(const ustring& path, const ListModel& list) {
   SaveFile file;
   file.setAction(action::SaveFile);
   file.setFileName(path);
   writeLedger(file, list);
   // Only a file whose every byte reached the system counts as saved.
   file.close();
+  return file.replacedChars();
 }
 
 LedgerContents readLedger(SaveFile& file) {

@@ -37,7 +37,8 @@ void writeLedger(SaveFile& file, const ListModel& list);
 // Saves the list as a ledger file: creates the file, writes every line and closes
 // it. Raises the helper's error (70 read-only, 76 missing folder, 57 a write that
 // failed) and never returns before the last byte has been handed to the system.
-void saveLedger(const ustring& path, const ListModel& list);
+// The result is the number of characters the code page could not hold (written as "?").
+std::size_t saveLedger(const ustring& path, const ListModel& list);
 
 struct LedgerContents {
   ustring header;                      // the first line, "" when empty

@@ -1,6 +1,7 @@
 #include "display/list_model.h"
 
 #include <algorithm>
+#include <deque>
 
 namespace lumo::display {
 
@@ -180,6 +181,54 @@ const ustring& ListModel::joinedCells(int32_t row, ustring& scratch) const {
   }
   scratch = std::move(joined);
   return scratch;
+}
+
+bool ListModel::sortBy(int32_t c, bool descending, const ui::Collation& collation) {
+  if (c < 1 || c > columnCount()) return false;
+  const std::size_t m = std::min(static_cast<std::size_t>(std::max(0, rowCount_ - 1)), rows_->count());
+  std::vector<ustring_view> cells(m);
+  std::deque<ustring> made;  // the texts of entries that are not text themselves
+  for (std::size_t i = 0; i < m; ++i) {
+    const int32_t row = static_cast<int32_t>(i + 1);
+    if (!cells_.empty()) {
+      const auto it = cells_.find(keyOf(row, c));
+      if (it != cells_.end()) {
+        cells[i] = it->second;
+        continue;
+      }
+    }
+    const Variant& entry = rows_->item(i + 1);
+    ustring_view stored;
+    if (entry.isString()) {
+      stored = entry.rawString();
+    } else {
+      made.emplace_back();
+      stored = storedCells(row, made.back());
+    }
+    cells[i] = cellPiece(stored, static_cast<std::size_t>(c - 1));
+  }
+  const ui::SortKind kind = column(c).alignment == align::Number ? ui::SortKind::Number : ui::SortKind::Text;
+  const std::vector<uint32_t> order = ui::sortOrder(cells, kind, descending, collation);
+  cells.clear();
+  made.clear();
+  rows_->reorder(order);
+
+  // Where each row went.
+  std::vector<int32_t> target(m + 1, 0);
+  for (std::size_t p = 0; p < m; ++p) target[order[p] + 1] = static_cast<int32_t>(p + 1);
+  auto moved = [&](int32_t row) { return row >= 1 && static_cast<std::size_t>(row) <= m ? target[static_cast<std::size_t>(row)] : row; };
+  if (!cells_.empty()) {
+    std::unordered_map<uint64_t, ustring> cells2;
+    cells2.reserve(cells_.size());
+    for (auto& [key, value] : cells_)
+      cells2.emplace(keyOf(moved(static_cast<int32_t>(key >> 32)), static_cast<int32_t>(key & 0xFFFFFFFFu)), std::move(value));
+    cells_ = std::move(cells2);
+    std::unordered_set<int32_t> rows2;
+    for (int32_t row : rowsWritten_) rows2.insert(moved(row));
+    rowsWritten_ = std::move(rows2);
+  }
+  currentRow_ = moved(currentRow_);
+  return true;
 }
 
 void ListModel::clearCells() {

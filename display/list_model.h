@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "automation/object.h"
+#include "ui/list_table.h"
 
 namespace lumo::display {
 
@@ -31,7 +32,7 @@ struct ListColumn {
   int32_t alignment = align::Text;
 };
 
-class ListModel {
+class ListModel : public ui::TableText {
  public:
   ListModel();
 
@@ -50,7 +51,7 @@ class ListModel {
   ustring line(int32_t r) const;
 
   // ---- shape -------------------------------------------------------------------
-  int32_t columnCount() const { return static_cast<int32_t>(columns_.size()); }
+  int32_t columnCount() const override { return static_cast<int32_t>(columns_.size()); }
   // Raises 5 for a negative count. New columns come with the defaults; columns
   // that go take their written cells with them.
   void setColumnCount(int32_t n);
@@ -63,7 +64,7 @@ class ListModel {
 
   // Rows including the header row 0. Raises 5 for a negative count; rows that go
   // take their written cells with them, and the current row stays inside.
-  int32_t rowCount() const { return rowCount_; }
+  int32_t rowCount() const override { return rowCount_; }
   void setRowCount(int32_t n);
 
   int32_t currentRow() const { return currentRow_; }
@@ -82,10 +83,19 @@ class ListModel {
   // The cells of a row, columns 1..count joined by tabs: the stored row text
   // itself when that already holds exactly count cells and none was written
   // over, otherwise the joined text built in scratch (and returned from there).
-  const ustring& joinedCells(int32_t row, ustring& scratch) const;
+  const ustring& joinedCells(int32_t row, ustring& scratch) const override;
 
   // Forgets every written cell and column title (the shape stays).
   void clearCells();
+
+  // ---- order -----------------------------------------------------------------------
+  // Sorts the data rows on column c, as numbers when the column is aligned as
+  // numbers (ui::sortOrder). The rows that show and have an entry, 1..min(rows - 1,
+  // entries), take the new order in the row collection itself: each entry keeps
+  // its key, so line r still shows entry r - 1; written cells move with their
+  // rows and the current row follows its entry. Nothing is copied but the cells'
+  // places. False (no change) for a column outside the list.
+  bool sortBy(int32_t c, bool descending, const ui::Collation& collation);
 
  private:
   static uint64_t keyOf(int32_t row, int32_t col) {

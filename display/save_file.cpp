@@ -55,6 +55,11 @@ void SaveFile::writeTo(const ustring& line) {
   }
   // One conversion per line; the bytes go into the writer's buffer.
   const std::string bytes = platform().toAnsi(line);
+  // A character the code page cannot hold comes out as "?": more of them in the
+  // bytes than in the line are replacements (no lead or trail byte is a "?").
+  const auto marks = static_cast<std::size_t>(std::count(bytes.begin(), bytes.end(), '?'));
+  const auto own = static_cast<std::size_t>(std::count(line.begin(), line.end(), u'?'));
+  if (marks > own) replaced_ += marks - own;
   writer_->writeLine(bytes);
 }
 

@@ -46,6 +46,9 @@ class SaveFile {
   // Writes line and CR LF. Raises 91 without a stream, 54 on a stream opened for
   // reading, 57 when the bytes cannot be written.
   void writeTo(const ustring& line);
+  // Characters of the lines written so far that the code page has no place for:
+  // each was written as the system's default character "?".
+  std::size_t replacedChars() const { return replaced_; }
 
   // The first line: "" when the stream stands at the end of a line (an empty
   // first line, an empty file) or when anything fails; the line end of an empty
@@ -78,6 +81,7 @@ class SaveFile {
 
   int32_t lineNum_ = 0;
   int32_t action_ = 0;
+  std::size_t replaced_ = 0;
   ustring fileName_;
   std::unique_ptr<LineReader> reader_;
   std::unique_ptr<LineWriter> writer_;

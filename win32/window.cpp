@@ -206,7 +206,8 @@ void Window::attach(HWND hwnd, Kind kind) {
   kind_ = kind;
   bound()[hwnd] = this;
   detail::countHandle(Handle::Window, +1);
-  if (kind == Kind::Dialog) {
+  if (kind == Kind::Dialog) dialogKeys_ = true;
+  if (dialogKeys_) {
     modelessDialogs().push_back(hwnd);
     if (!g_keysHook) g_keysHook = SetWindowsHookExW(WH_GETMESSAGE, &Window::keysHook, nullptr, GetCurrentThreadId());
   }
@@ -224,7 +225,7 @@ void Window::detach() {
     else if (IsWindow(hwnd))
       orphans()[hwnd] = previous_;  // ours stays in the chain and passes everything on
   }
-  if (kind_ == Kind::Dialog) {
+  if (dialogKeys_) {
     auto& dialogs = modelessDialogs();
     dialogs.erase(std::remove(dialogs.begin(), dialogs.end(), hwnd), dialogs.end());
     if (dialogs.empty() && g_keysHook) {
@@ -449,6 +450,11 @@ void Window::subclass(HWND control) {
   previous_ = reinterpret_cast<WNDPROC>(
       SetWindowLongPtrW(control, GWLP_WNDPROC,
                         reinterpret_cast<LONG_PTR>(static_cast<WNDPROC>(&Window::subclassProc))));
+}
+
+void Window::subclassDialog(HWND dialog) {
+  dialogKeys_ = true;
+  subclass(dialog);
 }
 
 namespace {

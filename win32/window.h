@@ -209,6 +209,9 @@ class Window {
   void createDialog(const DLGTEMPLATE* layout, HWND owner);
   // Routes the messages of a system control here first.
   void subclass(HWND control);
+  // The same for a modeless dialog the system made (the find dialog, for one):
+  // it gets the dialog keys in any message loop, as createDialog's do.
+  void subclassDialog(HWND dialog);
   // What leaving a message unhandled does.
   LRESULT defaultProc(UINT msg, WPARAM wParam, LPARAM lParam);
 
@@ -240,6 +243,7 @@ class Window {
   int depth_ = 0;               // messages of this window being handled
   bool finalPending_ = false;   // WM_NCDESTROY seen; onFinalMessage once depth_ is 0
   bool creating_ = false;
+  bool dialogKeys_ = false;     // a modeless dialog: its keys go through the dialog manager
   std::exception_ptr createError_;
   std::function<bool(char16_t)> charFilter_;
 };

@@ -44,6 +44,49 @@ TEST(Collection, KeysIgnoreCaseAndRejectDuplicates) {
   EXPECT_EQ(errorOf([&] { c.item(std::size_t(2)); }), errnum::InvalidCall);
 }
 
+TEST(Collection, ReorderMovesItemsWithTheirKeys) {
+  Collection c;
+  const ustring keys[] = {u"a", u"b", u"c", u"d"};
+  for (const ustring& k : keys) c.add(Variant(u"item " + k), &k);
+  c.add(Variant(u"last, no key"));
+  const uint32_t order[] = {2, 0, 3, 1};  // c a d b; the fifth stays
+  c.reorder(order);
+  EXPECT_EQ(c.item(std::size_t(1)).toString(), u"item c");
+  EXPECT_EQ(c.item(std::size_t(2)).toString(), u"item a");
+  EXPECT_EQ(c.item(std::size_t(4)).toString(), u"item b");
+  EXPECT_EQ(c.item(std::size_t(5)).toString(), u"last, no key");
+  for (const ustring& k : keys) EXPECT_EQ(c.item(k).toString(), u"item " + k);
+  c.remove(1);  // keys still find their items after a removal
+  EXPECT_EQ(c.item(u"D").toString(), u"item d");
+  EXPECT_EQ(c.item(std::size_t(2)).toString(), u"item d");
+}
+
+TEST(Collection, KeysAddedAndRemovedAfterAReorderStayRight) {
+  auto c = std::make_shared<Collection>();
+  for (const char16_t* k : {u"1", u"2", u"3"}) c->call(u"Add", {Variant(ustring(u"row ") + k), Variant(k)});
+  const uint32_t order[] = {2, 1, 0};
+  c->reorder(order);
+  const ustring four = u"4", two = u"2";
+  c->add(Variant(u"row 4"), &four);
+  EXPECT_EQ(errorOf([&] { c->add(Variant(u"again"), &two); }), errnum::KeyAlreadyExists);
+  EXPECT_EQ(c->item(u"4").toString(), u"row 4");
+  EXPECT_EQ(c->item(u"1").toString(), u"row 1");
+  c->call(u"Remove", {Variant(u"3")});
+  EXPECT_EQ(c->item(std::size_t(1)).toString(), u"row 2");
+  EXPECT_EQ(c->item(u"1").toString(), u"row 1");
+  EXPECT_EQ(c->count(), 3u);
+}
+
+TEST(Collection, ReorderRefusesWhatIsNoPermutation) {
+  Collection c;
+  for (int i = 0; i < 3; ++i) c.add(Variant(int32_t(i)));
+  const uint32_t twice[] = {0, 0, 1}, outside[] = {0, 3, 1}, tooLong[] = {0, 1, 2, 3};
+  EXPECT_EQ(errorOf([&] { c.reorder(twice); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { c.reorder(outside); }), errnum::InvalidCall);
+  EXPECT_EQ(errorOf([&] { c.reorder(tooLong); }), errnum::InvalidCall);
+  EXPECT_EQ(c.item(std::size_t(2)).toI4(), 1) << "nothing moved";
+}
+
 TEST(Collection, LateBoundMembersWork) {
   auto c = std::make_shared<Collection>();
   c->call(u"Add", {Variant(u"x"), Variant(u"k")});

@@ -12,6 +12,12 @@
 //          and its controls are created inside it)
 // scroll : the End key on the list, until painted the same way; the last row must
 //          then be the focused one, on screen, and the builder's Row
+// sort   : a click on the head of the amounts (numbers) and then of the names (text,
+//          the user's collation), each until painted; against finding the same cells
+//          in the rows and std::stable_sort of an index with the same comparison
+//          (CompareStringEx of the user's locale; the amounts read as numbers first)
+// copy   : Ctrl+C with every row selected, until the clipboard holds the table;
+//          against the same text written to the clipboard directly
 // Each figure is the best of R rounds, each round with a freshly filled window.
 #include <windows.h>
 #include <commctrl.h>
@@ -25,6 +31,7 @@
 #include <vector>
 
 #include "tests/support/win/late.h"
+#include "ui/list_table.h"
 #include "tests/support/win/pump.h"
 #include "tests/support/win/server_dll.h"
 #include "tests/support/win/text.h"
@@ -170,13 +177,141 @@ class Server {
 };
 
 struct Times {
-  double fill = 0, show = 0, scroll = 0;
+  double fill = 0, show = 0, scroll = 0, sortText = 0, sortNumber = 0, copy = 0;
 };
+
+// ---- the baselines of sorting and copying -----------------------------------------------
+
+int collate(std::wstring_view a, std::wstring_view b) {
+  return CompareStringEx(LOCALE_NAME_USER_DEFAULT, 0, a.data(), static_cast<int>(a.size()), b.data(),
+                         static_cast<int>(b.size()), nullptr, nullptr, 0);
+}
+
+// The piece'th cell of a row, in place.
+std::wstring_view cellView(const wchar_t* row, int piece) {
+  std::wstring_view v(row);
+  for (int i = 0; i < piece; ++i) {
+    const std::size_t tab = v.find(L'\t');
+    if (tab == std::wstring_view::npos) return {};
+    v.remove_prefix(tab + 1);
+  }
+  return v.substr(0, v.find(L'\t'));
+}
+
+const wchar_t* const kHeaderLine = L"姓名\t金额\t日期\t部门";
+
+struct Baseline {
+  double sortText = 0, sortNumber = 0, copy = 0;
+  std::wstring firstName, firstAmount;  // what the sorted lists start with
+  std::size_t copied = 0;               // characters of the copied table
+};
+
+// A stable sort of an index of the names and of the amounts, and the clipboard
+// written directly with the table's text.
+Baseline rawSortAndCopy(Rows& rows) {
+  const int n = rows.count();
+  Baseline b;
+  std::vector<std::wstring_view> names(static_cast<std::size_t>(n)), amounts(static_cast<std::size_t>(n));
+  std::vector<uint32_t> order(static_cast<std::size_t>(n));
+
+  // Each sort starts from the rows' texts, as the window's does: the cells are
+  // found in them, then an index is sorted.
+  double start = nowMs();
+  for (int i = 0; i < n; ++i) names[static_cast<std::size_t>(i)] = cellView(rows.at(i), 0);
+  for (int i = 0; i < n; ++i) order[static_cast<std::size_t>(i)] = static_cast<uint32_t>(i);
+  std::stable_sort(order.begin(), order.end(), [&](uint32_t x, uint32_t y) {
+    const std::wstring_view a = names[x], c = names[y];
+    if (a.empty() != c.empty()) return c.empty();
+    return collate(a, c) == CSTR_LESS_THAN;
+  });
+  b.sortText = nowMs() - start;
+  b.firstName = std::wstring(names[order[0]]);
+
+  start = nowMs();
+  for (int i = 0; i < n; ++i) amounts[static_cast<std::size_t>(i)] = cellView(rows.at(i), 1);
+  for (int i = 0; i < n; ++i) order[static_cast<std::size_t>(i)] = static_cast<uint32_t>(i);
+  struct Key {
+    int kind;  // 0 number, 1 text, 2 empty
+    double value;
+  };
+  std::vector<Key> keys(static_cast<std::size_t>(n));
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    const std::wstring_view a = amounts[i];
+    const lumo::ustring_view u(reinterpret_cast<const char16_t*>(a.data()), a.size());
+    keys[i].value = 0;
+    keys[i].kind = a.empty() ? 2 : lumo::ui::numberCellValue(u, keys[i].value) ? 0 : 1;
+  }
+  std::stable_sort(order.begin(), order.end(), [&](uint32_t x, uint32_t y) {
+    const Key &a = keys[x], &c = keys[y];
+    if (a.kind != c.kind) return a.kind < c.kind;
+    if (a.kind == 0) return a.value < c.value;
+    if (a.kind == 1) return collate(amounts[x], amounts[y]) == CSTR_LESS_THAN;
+    return false;
+  });
+  b.sortNumber = nowMs() - start;
+  b.firstAmount = std::wstring(amounts[order[0]]);
+
+  // The table as the window copies it: header, then every row, CR LF after each.
+  std::wstring text = std::wstring(kHeaderLine) + L"\r\n";
+  for (int i = 0; i < n; ++i) text.append(rows.at(i)).append(L"\r\n");
+  b.copied = text.size();
+  start = nowMs();
+  if (!OpenClipboard(nullptr)) fail("the clipboard is busy");
+  EmptyClipboard();
+  HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, (text.size() + 1) * sizeof(wchar_t));
+  if (!memory) fail("out of memory for the clipboard");
+  auto* p = static_cast<wchar_t*>(GlobalLock(memory));
+  std::memcpy(p, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
+  GlobalUnlock(memory);
+  if (!SetClipboardData(CF_UNICODETEXT, memory)) fail("SetClipboardData");
+  CloseClipboard();
+  b.copy = nowMs() - start;
+  return b;
+}
+
+// The characters on the clipboard as text.
+std::size_t clipboardLength() {
+  std::size_t length = 0;
+  if (!OpenClipboard(nullptr)) fail("the clipboard is busy");
+  if (HANDLE h = GetClipboardData(CF_UNICODETEXT)) {
+    if (const auto* p = static_cast<const wchar_t*>(GlobalLock(h))) {
+      length = std::wcslen(p);
+      GlobalUnlock(h);
+    }
+  }
+  CloseClipboard();
+  return length;
+}
+
+// A click on the head of the list's column c, until the window is painted.
+double clickHead(HWND list, HWND top, int c) {
+  HWND header = ListView_GetHeader(list);
+  RECT r{};
+  Header_GetItemRect(header, c, &r);
+  const LPARAM at = MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2);
+  const double start = nowMs();
+  SendMessageW(header, WM_LBUTTONDOWN, MK_LBUTTON, at);
+  SendMessageW(header, WM_LBUTTONUP, 0, at);
+  untilPainted(top);
+  return nowMs() - start;
+}
+
+// A key pressed on the list with Ctrl held.
+void ctrlKey(HWND list, WPARAM key) {
+  BYTE state[256] = {};
+  GetKeyboardState(state);
+  state[VK_CONTROL] = 0x80;
+  SetKeyboardState(state);
+  SendMessageW(list, WM_KEYDOWN, key, 0);
+  SendMessageW(list, WM_KEYUP, key, 0);
+  state[VK_CONTROL] = 0;
+  SetKeyboardState(state);
+}
 
 const wchar_t* const kTitles = L"姓名\t金额\t日期\t部门|";
 
-// One round of the real window: fill, show, End, close.
-Times windowRound(const Server& server, Rows& rows, int round) {
+// One round of the real window: fill, show, End, sort twice, copy all, close.
+Times windowRound(const Server& server, Rows& rows, int round, const Baseline* expect) {
   const int n = rows.count();
   Times t;
   IDispatch* builder = server.newBuilder();
@@ -226,6 +361,26 @@ Times windowRound(const Server& server, Rows& rows, int round) {
   wchar_t buf[64] = {};
   ListView_GetItemText(list, n - 1, 4, buf, 64);
   if (cell(rows.at(n - 1), 3) != buf) fail("the last row shows the wrong text");
+
+  if (expect) {
+    // ---- sort on the amounts, then on the names -------------------------------------------
+    // (the first sort meets the rows in the order they were added, as the baselines do)
+    t.sortNumber = clickHead(list, w, 2);
+    ListView_GetItemText(list, 0, 2, buf, 64);
+    if (expect->firstAmount != buf) fail("the amounts did not sort as the baseline did");
+    t.sortText = clickHead(list, w, 1);
+    ListView_GetItemText(list, 0, 1, buf, 64);
+    if (expect->firstName != buf) fail("the names did not sort as the baseline did");
+
+    // ---- copy every row -----------------------------------------------------------------------
+    ctrlKey(list, 'A');
+    drain();
+    if (ListView_GetSelectedCount(list) != static_cast<UINT>(n)) fail("Ctrl+A did not select every row");
+    start = nowMs();
+    ctrlKey(list, 'C');
+    t.copy = nowMs() - start;
+    if (clipboardLength() != expect->copied) fail("the clipboard does not hold the whole table");
+  }
 
   SendMessageW(w, WM_CLOSE, 0, 0);
   drain();
@@ -304,6 +459,18 @@ void keepBest(Times& best, const Times& t) {
   best.fill = std::min(best.fill, t.fill);
   best.show = std::min(best.show, t.show);
   best.scroll = std::min(best.scroll, t.scroll);
+  best.sortText = std::min(best.sortText, t.sortText);
+  best.sortNumber = std::min(best.sortNumber, t.sortNumber);
+  best.copy = std::min(best.copy, t.copy);
+}
+
+void keepBest(Baseline& best, const Baseline& b) {
+  best.sortText = std::min(best.sortText, b.sortText);
+  best.sortNumber = std::min(best.sortNumber, b.sortNumber);
+  best.copy = std::min(best.copy, b.copy);
+  best.firstName = b.firstName;
+  best.firstAmount = b.firstAmount;
+  best.copied = b.copied;
 }
 
 }  // namespace
@@ -334,6 +501,7 @@ int main(int argc, char** argv) {
   struct Line {
     int n;
     Times window, raw;
+    Baseline base;
   };
   std::vector<Line> lines;
   {
@@ -341,15 +509,17 @@ int main(int argc, char** argv) {
     // A first small round loads and warms everything that a first window needs.
     {
       Rows warm(200);
-      windowRound(server, warm, 0);
+      const Baseline warmBase = rawSortAndCopy(warm);
+      windowRound(server, warm, 0, &warmBase);
       rawRound(warm);
     }
     for (int n : sizes) {
       Rows rows(n);
       const double inf = 1e300;
-      Line line{n, {inf, inf, inf}, {inf, inf, inf}};
+      Line line{n, {inf, inf, inf, inf, inf, inf}, {inf, inf, inf, inf, inf, inf}, {inf, inf, inf, {}, {}, 0}};
       for (int r = 1; r <= rounds; ++r) {
-        keepBest(line.window, windowRound(server, rows, r));
+        keepBest(line.base, rawSortAndCopy(rows));
+        keepBest(line.window, windowRound(server, rows, r, &line.base));
         keepBest(line.raw, rawRound(rows));
       }
       lines.push_back(line);
@@ -376,6 +546,26 @@ int main(int argc, char** argv) {
                 last.window.show / first.window.show, last.window.scroll / first.window.scroll,
                 (last.window.show + last.window.scroll) / (first.window.show + first.window.scroll),
                 (last.raw.show + last.raw.scroll) / (first.raw.show + first.raw.scroll));
+  }
+
+  std::printf("\nsorting and copying, best of %d rounds (ms)\n", rounds);
+  std::printf("%9s | %9s %9s %6s | %9s %9s %6s | %9s %9s %6s\n", "rows", "sort.text", "raw", "ratio", "sort.num",
+              "raw", "ratio", "copy.all", "raw", "ratio");
+  for (const Line& l : lines)
+    std::printf("%9d | %9.1f %9.1f %6.2f | %9.1f %9.1f %6.2f | %9.1f %9.1f %6.2f\n", l.n, l.window.sortText,
+                l.base.sortText, l.window.sortText / l.base.sortText, l.window.sortNumber, l.base.sortNumber,
+                l.window.sortNumber / l.base.sortNumber, l.window.copy, l.base.copy, l.window.copy / l.base.copy);
+  std::printf("sort = a click on a column head until painted; raw = std::stable_sort of an index, same comparison\n");
+  std::printf("copy.all = Ctrl+C with every row selected; raw = the same text written to the clipboard directly\n");
+  if (lines.size() > 1) {
+    const Line& first = lines.front();
+    const Line& last = lines.back();
+    auto perRow = [&](double big, double small) {
+      return (big / last.n) / (small / first.n);
+    };
+    std::printf("per-row cost %d vs %d: sort.text %.2f, sort.num %.2f, copy.all %.2f\n", last.n, first.n,
+                perRow(last.window.sortText, first.window.sortText), perRow(last.window.sortNumber, first.window.sortNumber),
+                perRow(last.window.copy, first.window.copy));
   }
   CoUninitialize();
   return 0;

@@ -103,6 +103,32 @@ void FakeView::setListRowCount(int32_t rows) {
 void FakeView::setListCurrentRow(int32_t row) {
   calls.push_back("setListCurrentRow(" + num(row) + ")");
   listCurrentRow = row;
+  selection.clear();
+  if (row >= 1) selection.push_back({row, row});
+}
+
+void FakeView::selectAllRows() {
+  calls.push_back("selectAllRows()");
+  selection.clear();
+  if (listRows > 1) selection.push_back({1, listRows - 1});
+}
+
+bool FakeView::setClipboardText(std::size_t length, const std::function<void(char16_t*)>& write) {
+  calls.push_back("setClipboardText()");
+  if (clipboardBusy) return false;
+  // One unit more than asked for: writing past the length shows as a changed end.
+  ustring text(length + 1, u'#');
+  write(text.data());
+  if (text.back() != u'#') throw std::logic_error("the clipboard text was written past the length given");
+  text.pop_back();
+  clipboard = text;
+  return true;
+}
+
+void FakeView::showFindDialog(const ui::FindRequest& start) {
+  calls.push_back("showFindDialog()");
+  ++findDialogs;
+  findDialogStart = start;
 }
 
 void FakeView::listCellChanged(int32_t row, int32_t col) {

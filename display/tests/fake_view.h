@@ -57,6 +57,13 @@ class FakeView : public DisplayerView {
   int shows = 0;
   bool shownModal = false;
   int closes = 0;
+  // The list's selection (a current row set by the presenter selects that row
+  // alone, as the real list does), the clipboard and the find dialog.
+  std::vector<ui::RowRange> selection;
+  ustring clipboard;
+  bool clipboardBusy = false;  // another program holds it open
+  int findDialogs = 0;
+  ui::FindRequest findDialogStart;
 
   // What the window answers.
   int32_t toolBarH = 420, statusBarH = 300;
@@ -65,6 +72,8 @@ class FakeView : public DisplayerView {
   Rect rect{100, 80, 640, 480};
   std::deque<FileChoice> fileChoices;  // empty: the dialog is cancelled
   std::vector<FileDialogCall> fileDialogs;
+  ui::OrdinalCollation ordinal;
+  const ui::Collation* collationInUse = &ordinal;
   FontChoice fontChoice;  // cancelled unless the test says otherwise
   std::vector<FontDialogCall> fontDialogs;
 
@@ -91,6 +100,11 @@ class FakeView : public DisplayerView {
   void refreshList() override;
   ListFont listFont() const override { return font; }
   void setListFont(const ListFont& f) override;
+  const ui::Collation& collation() const override { return *collationInUse; }
+  std::vector<ui::RowRange> selectedRows() const override { return selection; }
+  void selectAllRows() override;
+  bool setClipboardText(std::size_t length, const std::function<void(char16_t*)>& write) override;
+  void showFindDialog(const ui::FindRequest& start) override;
   void printList() override;
   void previewList() override;
   void printSetup() override;

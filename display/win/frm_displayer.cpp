@@ -7,15 +7,20 @@
 #include <commctrl.h>
 #include <commdlg.h>
 
+#include <windowsx.h>
+
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "display/displayer.h"
 #include "display/win/frm_preview.h"
 #include "display/win/page_layout.h"
 #include "host/language.h"
+#include "host/services.h"
 #include "win32/controls.h"
 #include "win32/window.h"
 
@@ -34,11 +39,7 @@ int toolIndex(const ustring& key) {
 
 // The printing commands need a printer; without one they say so instead of
 // failing silently.
-void noPrinterMessage(HWND owner) {
-  const ustring text = loadVtString(u"没有安装打印机，无法打印。请先安装打印机；打印预览不需要打印机。");
-  const ustring title = loadVtString(u"打印");
-  MessageBoxW(owner, wz(text), wz(title), MB_OK | MB_ICONEXCLAMATION);
-}
+void noPrinterMessage() { msgBoxEx(loadVtString(u"没有安装打印机，无法打印。请先安装打印机；打印预览不需要打印机。")); }
 
 // Whether the system has a default printer, asked without any dialog (the
 // system's own dialogs word the missing printer differently from one system to
@@ -52,6 +53,69 @@ bool printerInstalled() {
   if (pd.hDevNames) GlobalFree(pd.hDevNames);
   return true;
 }
+
+// Texts in the order the user's language sorts them, as the system sorts them.
+class UserCollation final : public ui::Collation {
+ public:
+  int compare(ustring_view a, ustring_view b) const override {
+    const int r = CompareStringEx(LOCALE_NAME_USER_DEFAULT, 0, reinterpret_cast<const wchar_t*>(a.data()),
+                                  static_cast<int>(a.size()), reinterpret_cast<const wchar_t*>(b.data()),
+                                  static_cast<int>(b.size()), nullptr, nullptr, 0);
+    // A text the system cannot compare (too long for it) falls back on its code units.
+    return r == 0 ? a.compare(b) : r - CSTR_EQUAL;
+  }
+};
+
+// The system's find dialog, modeless: it tells its owner through the registered
+// message (message()) and gets its keys (Tab, Enter, Esc) through the dialog
+// manager, whichever loop runs. F3 and Shift+F3 pressed in it search on as they
+// do in the list.
+class FindDialog final : public Window {
+ public:
+  FindDialog(HWND owner, const ui::FindRequest& start, std::function<void(bool down)> again)
+      : Window(u"FindDialog"), again_(std::move(again)) {
+    const std::size_t n = std::min<std::size_t>(start.text.size(), kLength - 1);
+    std::copy_n(start.text.begin(), n, text_);
+    text_[n] = L'\0';
+    find_.lStructSize = sizeof find_;
+    find_.hwndOwner = owner;
+    find_.lpstrFindWhat = text_;
+    find_.wFindWhatLen = kLength;
+    find_.Flags = FR_HIDEWHOLEWORD | (start.down ? FR_DOWN : 0) | (start.matchCase ? FR_MATCHCASE : 0);
+    HWND h = FindTextW(&find_);
+    if (!h) throwLastError(u"FindText");
+    subclassDialog(h);
+  }
+  ~FindDialog() override {
+    if (hwnd()) destroy();
+  }
+  static UINT message() {
+    static const UINT id = RegisterWindowMessageW(FINDMSGSTRINGW);
+    return id;
+  }
+  // What the dialog holds now.
+  ui::FindRequest request() const {
+    return ui::FindRequest{.text = fromWide(text_, wcslen(text_)),
+                           .matchCase = (find_.Flags & FR_MATCHCASE) != 0,
+                           .down = (find_.Flags & FR_DOWN) != 0};
+  }
+  void bringForward() {
+    ShowWindow(hwnd(), SW_SHOW);
+    SetActiveWindow(hwnd());
+  }
+
+ private:
+  static constexpr std::size_t kLength = 512;
+  bool onMessage(UINT, WPARAM, LPARAM, LRESULT&) override { return false; }
+  bool preTranslate(MSG& msg) override {
+    if (msg.message != WM_KEYDOWN || msg.wParam != VK_F3) return false;
+    again_((GetKeyState(VK_SHIFT) & 0x8000) == 0);
+    return true;
+  }
+  FINDREPLACEW find_{};
+  wchar_t text_[kLength] = {};
+  std::function<void(bool)> again_;
+};
 
 // ---- the display window ----------------------------------------------------------------
 
@@ -104,6 +168,11 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
     if (i >= 0) toolTips_[static_cast<std::size_t>(i)] = text;  // asked for when the tip shows
   }
   void setStatusPanelText(const ustring& panelKey, const ustring& text) override {
+    if (panelKey == kStatusPanelRows) {
+      rowsText_ = text;
+      if (statusBar_) SendMessageW(statusBar_, SB_SETTEXTW, 1, reinterpret_cast<LPARAM>(wz(text)));
+      return;
+    }
     if (panelKey != kStatusPanelWait) return;
     statusText_ = text;
     if (statusBar_) {
@@ -154,6 +223,8 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
     // Items that went took their marks with them.
     if (selectedItem_ >= items) selectedItem_ = -1;
     if (focusedItem_ >= items) focusedItem_ = -1;
+    // The rows panel counts again once the rows stop coming (a caller adds them one by one).
+    later(kRowsLater);
   }
   void setListCurrentRow(int32_t row) override {
     if (!list_) return;
@@ -164,7 +235,13 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
     // clear every item (index -1) costs one step per row, which a list of a
     // million rows feels on every key.
     if (row >= 1) {
-      // A single-selection list drops the other item's marks by itself.
+      // The row alone is selected: the marks of the others go first.
+      const UINT selected = ListView_GetSelectedCount(list_);
+      if (selected > 1 || (selected == 1 && selectedItem_ < 0)) {
+        ListView_SetItemState(list_, -1, 0, LVIS_SELECTED);
+      } else if (selected == 1 && selectedItem_ != row - 1) {
+        ListView_SetItemState(list_, selectedItem_, 0, LVIS_SELECTED);
+      }
       ListView_SetItemState(list_, row - 1, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
       ListView_EnsureVisible(list_, row - 1, FALSE);
     } else {
@@ -190,13 +267,60 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
     font_ = font;
     applyFont();
   }
+  const ui::Collation& collation() const override { return collation_; }
+  std::vector<ui::RowRange> selectedRows() const override {
+    std::vector<ui::RowRange> rows;
+    if (!list_) return rows;
+    const int count = ListView_GetItemCount(list_);
+    const int selected = static_cast<int>(ListView_GetSelectedCount(list_));
+    if (selected <= 0) return rows;
+    // Every row: no need to visit each one.
+    if (selected >= count) return {ui::RowRange{1, count}};
+    int found = 0;
+    for (int i = ListView_GetNextItem(list_, -1, LVNI_SELECTED); i >= 0 && found < selected;
+         i = ListView_GetNextItem(list_, i, LVNI_SELECTED)) {
+      ++found;
+      if (!rows.empty() && rows.back().last == i) rows.back().last = i + 1;
+      else rows.push_back(ui::RowRange{i + 1, i + 1});
+    }
+    return rows;
+  }
+  void selectAllRows() override {
+    if (list_ && ListView_GetItemCount(list_) > 0) ListView_SetItemState(list_, -1, LVIS_SELECTED, LVIS_SELECTED);
+  }
+  bool setClipboardText(std::size_t length, const std::function<void(char16_t*)>& write) override {
+    HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, (length + 1) * sizeof(wchar_t));
+    if (!memory) throw Error(7, u"Out of memory");
+    auto* p = static_cast<char16_t*>(GlobalLock(memory));
+    write(p);
+    p[length] = u'\0';
+    GlobalUnlock(memory);
+    if (!OpenClipboard(hwnd())) {
+      GlobalFree(memory);
+      return false;
+    }
+    EmptyClipboard();
+    const bool given = SetClipboardData(CF_UNICODETEXT, memory) != nullptr;
+    CloseClipboard();
+    if (!given) GlobalFree(memory);  // the clipboard owns it only when it took it
+    return given;
+  }
+  void showFindDialog(const ui::FindRequest& start) override {
+    HWND owner = ensureWindow();
+    if (findDialog_ && findDialog_->hwnd()) {
+      findDialog_->bringForward();
+      return;
+    }
+    findDialog_.reset();
+    findDialog_ = std::make_unique<FindDialog>(owner, start, [this](bool down) { presenter_.findAgain(down); });
+  }
   // The system's print dialog with the given flags, after making sure a printer
   // exists at all; false (with the no-printer message where due) when there is
   // nothing to do. The caller frees what a successful dialog returns.
   bool printDialog(DWORD flags, PRINTDLGW& pd) {
     HWND owner = ensureWindow();
     if (!printerInstalled()) {
-      noPrinterMessage(owner);
+      noPrinterMessage();
       return false;
     }
     pd = PRINTDLGW{};
@@ -204,7 +328,7 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
     pd.hwndOwner = owner;
     pd.Flags = flags;
     if (!PrintDlgW(&pd)) {
-      if (CommDlgExtendedError() != 0) noPrinterMessage(owner);  // a cancel is no error
+      if (CommDlgExtendedError() != 0) noPrinterMessage();  // a cancel is no error
       return false;
     }
     return true;
@@ -397,13 +521,13 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
     ShowWindow(toolBar_, toolBarVisible_ ? SW_SHOW : SW_HIDE);
 
     statusBar_ = createControl(hwnd(), STATUSCLASSNAMEW, SBARS_SIZEGRIP, 0, 0);
-    int parts[1] = {-1};  // the one panel, "Wait"
-    SendMessageW(statusBar_, SB_SETPARTS, 1, reinterpret_cast<LPARAM>(parts));
+    layoutStatusPanels();
     SendMessageW(statusBar_, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(wz(statusText_)));
+    SendMessageW(statusBar_, SB_SETTEXTW, 1, reinterpret_cast<LPARAM>(wz(rowsText_)));
     ShowWindow(statusBar_, statusBarVisible_ ? SW_SHOW : SW_HIDE);
 
     list_ = createControl(hwnd(), WC_LISTVIEWW,
-                          WS_VISIBLE | WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS | LVS_SINGLESEL,
+                          WS_VISIBLE | WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS,
                           WS_EX_CLIENTEDGE, kListId);
     ListView_SetExtendedListViewStyle(list_, LVS_EX_FULLROWSELECT | LVS_EX_GRIDLINES | LVS_EX_DOUBLEBUFFER);
     ListView_SetBkColor(list_, backColor_);
@@ -489,6 +613,63 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
     lc.cx = twipsToPixels(col.width);
     lc.pszText = const_cast<wchar_t*>(wz(title));
     ListView_SetColumn(list_, c, &lc);
+    // The system's sort arrow on the column the rows are sorted on.
+    if (HWND header = ListView_GetHeader(list_)) {
+      HDITEMW hd{};
+      hd.mask = HDI_FORMAT;
+      Header_GetItem(header, c, &hd);
+      hd.fmt &= ~(HDF_SORTUP | HDF_SORTDOWN);
+      if (presenter_.sortColumn() == c) hd.fmt |= presenter_.sortDescending() ? HDF_SORTDOWN : HDF_SORTUP;
+      Header_SetItem(header, c, &hd);
+    }
+  }
+
+  // "Wait" first, as wide as the rest of the bar; the row counts after it.
+  void layoutStatusPanels() {
+    if (!statusBar_) return;
+    RECT r{};
+    GetClientRect(statusBar_, &r);
+    const int rowsWidth = MulDiv(260, static_cast<int>(windowDpi(hwnd())), 96);
+    int parts[2] = {std::max(0, static_cast<int>(r.right) - rowsWidth), -1};
+    SendMessageW(statusBar_, SB_SETPARTS, 2, reinterpret_cast<LPARAM>(parts));
+  }
+
+  // Work done once the messages in hand are handled, however often it was asked for.
+  enum Later : unsigned { kRowsLater = 1, kSelectionLater = 2 };
+  void later(unsigned what) {
+    if (!hwnd()) return;
+    if (!pending_) PostMessageW(hwnd(), kLaterMessage, 0, 0);
+    pending_ |= what;
+  }
+  void runLater() {
+    const unsigned what = std::exchange(pending_, 0u);
+    if (!list_) return;
+    if (what & kSelectionLater) presenter_.selectionChanged(static_cast<int32_t>(ListView_GetSelectedCount(list_)));
+    else if (what & kRowsLater) presenter_.updateRowsPanel();
+  }
+
+  void contextMenu(LPARAM at) {
+    POINT p{GET_X_LPARAM(at), GET_Y_LPARAM(at)};
+    if (p.x == -1 && p.y == -1) {
+      // From the keyboard: at the focused row, or the list's corner.
+      RECT r{};
+      const int focused = ListView_GetNextItem(list_, -1, LVNI_FOCUSED);
+      if (focused < 0 || !ListView_GetItemRect(list_, focused, &r, LVIR_BOUNDS)) GetClientRect(list_, &r);
+      p = POINT{r.left + 8, r.bottom};
+      ClientToScreen(list_, &p);
+    }
+    const Menu menu(CreatePopupMenu());
+    for (int i = 0; i < kListCommandCount; ++i) {
+      const ustring text = presenter_.listCommandText(static_cast<ListCommand>(i));
+      AppendMenuW(menu.get(), MF_STRING, static_cast<UINT_PTR>(kContextIdBase + i), wz(text));
+    }
+    const int chosen = TrackPopupMenu(menu.get(), TPM_RETURNCMD | TPM_RIGHTBUTTON, p.x, p.y, 0, hwnd(), nullptr);
+    if (chosen >= kContextIdBase && chosen < kContextIdBase + kListCommandCount)
+      presenter_.listCommand(static_cast<ListCommand>(chosen - kContextIdBase));
+  }
+
+  void keyDown(int32_t key) {
+    presenter_.keyDown(key, (GetKeyState(VK_CONTROL) & 0x8000) != 0, (GetKeyState(VK_SHIFT) & 0x8000) != 0);
   }
 
   // ---- messages ---------------------------------------------------------------------------------------------
@@ -500,6 +681,7 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
       case WM_SIZE:
         if (toolBar_) SendMessageW(toolBar_, TB_AUTOSIZE, 0, 0);
         if (statusBar_) SendMessageW(statusBar_, WM_SIZE, 0, 0);
+        layoutStatusPanels();
         presenter_.resized();
         return true;
       case WM_ACTIVATE:
@@ -526,7 +708,16 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
         return false;
       }
       case WM_KEYDOWN:
-        presenter_.keyDown(static_cast<int32_t>(wp));
+        keyDown(static_cast<int32_t>(wp));
+        return true;
+      case WM_CONTEXTMENU:
+        if (list_ && reinterpret_cast<HWND>(wp) == list_) {
+          contextMenu(lp);
+          return true;
+        }
+        return false;
+      case kLaterMessage:
+        runLater();
         return true;
       case WM_NOTIFY:
         return notify(reinterpret_cast<NMHDR*>(lp), result);
@@ -534,14 +725,21 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
         // However the window closes, the presenter has its say first (the prompt).
         presenter_.unload();
         preview_.reset();
+        findDialog_.reset();
         destroy();
         return true;
       case WM_NCDESTROY:
         list_ = toolBar_ = statusBar_ = nullptr;
         selectedItem_ = focusedItem_ = -1;
+        pending_ = 0;
         font_handle_.reset();
         return false;
       default:
+        if (msg == FindDialog::message() && findDialog_) {
+          const auto* find = reinterpret_cast<const FINDREPLACEW*>(lp);
+          if (find->Flags & FR_FINDNEXT) presenter_.find(findDialog_->request());
+          return true;
+        }
         return false;
     }
   }
@@ -570,7 +768,7 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
         return true;
       }
       if (nm->code == LVN_KEYDOWN) {
-        presenter_.keyDown(reinterpret_cast<NMLVKEYDOWN*>(nm)->wVKey);
+        keyDown(reinterpret_cast<NMLVKEYDOWN*>(nm)->wVKey);
         return true;
       }
       if (nm->code == LVN_ITEMCHANGED) {
@@ -580,9 +778,32 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
           trackMarks(lv->iItem);
           // The user moved the focus: that row is the current row now.
           if (!applyingRow_ && focusedItem_ >= 0 && focusedItem_ != focusedBefore)
-            presenter_.setCurrentRow(focusedItem_ + 1);
+            presenter_.focusMoved(focusedItem_ + 1);
+          if ((lv->uNewState ^ lv->uOldState) & LVIS_SELECTED) later(kSelectionLater);
         }
         return true;
+      }
+      if (nm->code == LVN_ODSTATECHANGED) {
+        // A range of rows (Shift with a click or a key) changed its marks.
+        later(kSelectionLater);
+        return true;
+      }
+      if (nm->code == LVN_COLUMNCLICK) {
+        presenter_.columnClicked(reinterpret_cast<NMLISTVIEW*>(nm)->iSubItem);
+        return true;
+      }
+      return false;
+    }
+    if (list_ && nm->hwndFrom == ListView_GetHeader(list_)) {
+      // A width the user dragged is the column's width from now on.
+      if (nm->code == HDN_ITEMCHANGEDW || nm->code == HDN_ITEMCHANGEDA || nm->code == HDN_ENDTRACKW ||
+          nm->code == HDN_ENDTRACKA) {
+        const auto* hd = reinterpret_cast<const NMHEADERW*>(nm);
+        if (hd->iItem >= 1 && hd->iItem <= presenter_.list().columnCount()) {
+          const int pixels = ListView_GetColumnWidth(list_, hd->iItem);
+          const int32_t twips = MulDiv(pixels, 1440, dpi());
+          if (pixels != twipsToPixels(presenter_.list().column(hd->iItem).width)) presenter_.columnResized(hd->iItem, twips);
+        }
       }
       return false;
     }
@@ -617,6 +838,11 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
   int16_t state_ = 0;
   ustring cellText_;
   std::unique_ptr<FrmPreview> preview_;
+  std::unique_ptr<FindDialog> findDialog_;
+  UserCollation collation_;
+  ustring rowsText_;
+  static constexpr UINT kLaterMessage = WM_APP + 1;
+  unsigned pending_ = 0;  // Later flags posted and not yet run
   // The list view's items (0-based) that carry the selection and the focus, -1 for none.
   int selectedItem_ = -1, focusedItem_ = -1;
   bool applyingRow_ = false;  // the presenter's current row is being shown

@@ -26,6 +26,8 @@ inline constexpr const wchar_t* kPreviewClass = L"LumoDisplayPreview";
 constexpr int kMenuIdBase = 1000;
 constexpr int kToolIdBase = 1100;
 constexpr int kListId = 1200;
+// The list's context menu: kContextIdBase + the ListCommand value.
+constexpr int kContextIdBase = 1300;
 }  // namespace displayer
 
 }  // namespace lumo::win32

@@ -1,0 +1,108 @@
+// What a list grid does with its rows beyond drawing them: the order of a sort,
+// finding a text, and the text a selection puts on the clipboard. The grid's
+// data is reached through TableText, so the same code serves any table that
+// keeps a header row 0 and data rows under it.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "automation/text.h"
+
+namespace lumo::ui {
+
+// A table as a list grid shows it: row 0 is the header row, rows 1..rowCount-1
+// hold the data, columns are counted from 1.
+class TableText {
+ public:
+  virtual ~TableText() = default;
+  virtual int32_t rowCount() const = 0;
+  virtual int32_t columnCount() const = 0;
+  // The cells of a row, columns 1..columnCount joined by tabs (a missing cell is
+  // empty). The result is either stored text or built in scratch.
+  virtual const ustring& joinedCells(int32_t row, ustring& scratch) const = 0;
+};
+
+// ---- sorting ----------------------------------------------------------------------------
+
+// The order of two texts as the user's language orders them: negative, zero or
+// positive as a comes before, with or after b.
+class Collation {
+ public:
+  virtual ~Collation() = default;
+  virtual int compare(ustring_view a, ustring_view b) const = 0;
+};
+
+// UTF-16 code units compared one by one: the fallback, and what tests use.
+class OrdinalCollation final : public Collation {
+ public:
+  int compare(ustring_view a, ustring_view b) const override;
+};
+
+// The value of a cell in a column of numbers: blanks around it are ignored, then
+// an optional sign, digits (optionally grouped by three with ",") and at most
+// one decimal point with digits on at least one side. False for anything else
+// (and for an empty cell): such a cell is text.
+bool numberCellValue(ustring_view cell, double& value);
+
+enum class SortKind { Text, Number };
+
+// The rows' order after a sort on one cell per row (cells[i] is row i's cell):
+// position p of the result holds the index of the row that goes there.
+// Text cells compare through the collation. In a Number sort, cells that are
+// numbers compare by value and come before the cells that are text. Empty cells
+// come last whatever the direction; descending reverses everything else. Rows
+// whose cells compare equal keep their order (the sort is stable).
+std::vector<uint32_t> sortOrder(std::span<const ustring_view> cells, SortKind kind, bool descending,
+                                const Collation& collation);
+
+// ---- finding ---------------------------------------------------------------------------
+
+struct FindRequest {
+  ustring text;
+  bool matchCase = false;
+  bool down = true;
+};
+
+// The first data row, searched from the row after 'from' (before it, going up)
+// and wrapping once past the end so that 'from' itself comes last, with a cell
+// that contains the text; 0 when none does. 'from' outside the data rows starts
+// at the first row (the last, going up). Without match case, letters compare
+// through the simple case folding. A text that is empty, or holds a tab (which
+// no cell can), is never found.
+int32_t findRow(const TableText& table, int32_t from, const FindRequest& request);
+
+// ---- copying ----------------------------------------------------------------------------
+
+// Rows first..last, both included.
+struct RowRange {
+  int32_t first = 0, last = -1;
+  bool operator==(const RowRange&) const = default;
+};
+
+// The text a selection puts on the clipboard, as spreadsheets read it: the
+// header row, then the rows of the ranges in order, each line the cells joined
+// by tabs and ended by CR LF. A cell holding a line break is quoted ("..." with
+// inner quotes doubled) so that it stays one cell. Rows outside the data rows
+// are left out.
+//
+// Measured first, then written straight where it goes (the clipboard's own
+// memory): a large table is not built twice.
+class CopyText {
+ public:
+  CopyText(const TableText& table, std::span<const RowRange> rows);
+  // In UTF-16 units, without a terminating NUL.
+  std::size_t size() const { return size_; }
+  // Writes exactly size() units to out.
+  void write(char16_t* out) const;
+
+ private:
+  const TableText& table_;
+  std::vector<RowRange> rows_;  // inside the data rows
+  std::vector<bool> quoted_;    // per line, header first: a cell needs quotes
+  std::size_t size_ = 0;
+};
+ustring copyText(const TableText& table, std::span<const RowRange> rows);
+
+}  // namespace lumo::ui

@@ -1,0 +1,264 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "tests/support/text.h"
+#include "ui/list_table.h"
+
+using namespace lumo;
+using namespace lumo::ui;
+
+namespace {
+
+// A table of rows written as tab-separated texts; row 0 is the header.
+class Rows final : public TableText {
+ public:
+  Rows(int32_t columns, std::vector<ustring> rows) : columns_(columns), rows_(std::move(rows)) {}
+  int32_t rowCount() const override { return static_cast<int32_t>(rows_.size()); }
+  int32_t columnCount() const override { return columns_; }
+  const ustring& joinedCells(int32_t row, ustring& scratch) const override {
+    // Fewer cells than columns are filled up with empty ones, as the list does.
+    scratch = rows_[static_cast<std::size_t>(row)];
+    const auto tabs = std::count(scratch.begin(), scratch.end(), u'\t');
+    for (auto t = tabs; t < columns_ - 1; ++t) scratch.push_back(u'\t');
+    return scratch;
+  }
+
+ private:
+  int32_t columns_;
+  std::vector<ustring> rows_;
+};
+
+std::vector<ustring> sorted(std::vector<ustring> cells, SortKind kind, bool descending) {
+  std::vector<ustring_view> views(cells.begin(), cells.end());
+  const std::vector<uint32_t> order = sortOrder(views, kind, descending, OrdinalCollation());
+  std::vector<ustring> out;
+  for (uint32_t i : order) out.push_back(cells[i]);
+  return out;
+}
+
+double valueOf(const ustring& cell) {
+  double v = -12345;
+  EXPECT_TRUE(numberCellValue(cell, v)) << lumo::test::u8(cell);
+  return v;
+}
+
+bool isNumber(const ustring& cell) {
+  double v = 0;
+  return numberCellValue(cell, v);
+}
+
+// ---- numbers ----------------------------------------------------------------------------
+
+TEST(NumberCell, SignsSeparatorsAndDecimalsAreNumbers) {
+  EXPECT_EQ(valueOf(u"42"), 42);
+  EXPECT_EQ(valueOf(u"-42"), -42);
+  EXPECT_EQ(valueOf(u"+7"), 7);
+  EXPECT_EQ(valueOf(u"1,234,567"), 1234567);
+  EXPECT_EQ(valueOf(u"-1,234.5"), -1234.5);
+  EXPECT_EQ(valueOf(u"0.25"), 0.25);
+  EXPECT_EQ(valueOf(u".5"), 0.5);
+  EXPECT_EQ(valueOf(u"3."), 3);
+  EXPECT_EQ(valueOf(u"  12  "), 12);
+}
+
+TEST(NumberCell, AnythingElseIsText) {
+  for (const char16_t* text : {u"", u"   ", u"-", u"+", u".", u"1,23", u"12,3456", u",123", u"1,,234", u"1,234,",
+                               u"1.2.3", u"1e5", u"12abc", u"abc", u"--1", u"1-", u"1,234.5,6", u"１２", u"0x10",
+                               u"1 234"})
+    EXPECT_FALSE(isNumber(text)) << lumo::test::u8(text);
+}
+
+TEST(NumberCell, TenThousandDigitsAreStillANumber) {
+  const ustring huge(10000, u'9');
+  EXPECT_EQ(valueOf(huge), std::numeric_limits<double>::infinity());
+  EXPECT_EQ(valueOf(u"-" + huge), -std::numeric_limits<double>::infinity());
+  EXPECT_EQ(valueOf(u"0." + ustring(10000, u'0') + u"1"), 0.0);
+}
+
+// ---- sorting ------------------------------------------------------------------------------
+
+TEST(SortOrder, NumbersCompareByValueNotByText) {
+  EXPECT_EQ(sorted({u"10", u"-2.5", u"1,000", u"9", u"+3", u"-10"}, SortKind::Number, false),
+            (std::vector<ustring>{u"-10", u"-2.5", u"+3", u"9", u"10", u"1,000"}));
+  EXPECT_EQ(sorted({u"10", u"-2.5", u"1,000", u"9"}, SortKind::Number, true),
+            (std::vector<ustring>{u"1,000", u"10", u"9", u"-2.5"}));
+}
+
+TEST(SortOrder, TextInANumberColumnComesAfterTheNumbersAndEmptyCellsLast) {
+  const std::vector<ustring> cells{u"b", u"", u"12", u"a", u"3", u"", u"n/a"};
+  EXPECT_EQ(sorted(cells, SortKind::Number, false),
+            (std::vector<ustring>{u"3", u"12", u"a", u"b", u"n/a", u"", u""}));
+  // Reversed all but the empty cells.
+  EXPECT_EQ(sorted(cells, SortKind::Number, true),
+            (std::vector<ustring>{u"n/a", u"b", u"a", u"12", u"3", u"", u""}));
+}
+
+TEST(SortOrder, TextColumnsCompareTextEvenWhenItLooksLikeNumbers) {
+  EXPECT_EQ(sorted({u"10", u"9", u"", u"100"}, SortKind::Text, false),
+            (std::vector<ustring>{u"10", u"100", u"9", u""}));
+  EXPECT_EQ(sorted({u"10", u"9", u"", u"100"}, SortKind::Text, true),
+            (std::vector<ustring>{u"9", u"100", u"10", u""}));
+}
+
+TEST(SortOrder, EqualCellsKeepTheirOrderInBothDirections) {
+  // The cells compare on their first letter only; the digit tells the rows apart.
+  class FirstLetter final : public Collation {
+   public:
+    int compare(ustring_view a, ustring_view b) const override { return int(a[0]) - int(b[0]); }
+  };
+  const std::vector<ustring> cells{u"b1", u"a1", u"b2", u"a2", u"b3", u"a3"};
+  std::vector<ustring_view> views(cells.begin(), cells.end());
+  auto pick = [&](bool descending) {
+    std::vector<ustring> out;
+    for (uint32_t i : sortOrder(views, SortKind::Text, descending, FirstLetter())) out.push_back(cells[i]);
+    return out;
+  };
+  EXPECT_EQ(pick(false), (std::vector<ustring>{u"a1", u"a2", u"a3", u"b1", u"b2", u"b3"}));
+  EXPECT_EQ(pick(true), (std::vector<ustring>{u"b1", u"b2", u"b3", u"a1", u"a2", u"a3"}));
+}
+
+TEST(SortOrder, EqualNumbersKeepTheirOrder) {
+  const std::vector<ustring> cells{u"1,000", u"2", u"1000", u"1000.0", u"2.0"};
+  EXPECT_EQ(sorted(cells, SortKind::Number, false), (std::vector<ustring>{u"2", u"2.0", u"1,000", u"1000", u"1000.0"}));
+  EXPECT_EQ(sorted(cells, SortKind::Number, true), (std::vector<ustring>{u"1,000", u"1000", u"1000.0", u"2", u"2.0"}));
+}
+
+TEST(SortOrder, TheCollationDecidesTheOrderOfTexts) {
+  // Reverse order of code units: a collation the sort cannot have guessed.
+  class Backwards final : public Collation {
+   public:
+    int compare(ustring_view a, ustring_view b) const override { return b.compare(a); }
+  };
+  // 丙 U+4E19, 甲 U+7532, 乙 U+4E59.
+  const std::vector<ustring> cells{u"丙", u"甲", u"乙"};
+  std::vector<ustring_view> views(cells.begin(), cells.end());
+  EXPECT_EQ(sortOrder(views, SortKind::Text, false, Backwards()), (std::vector<uint32_t>{1, 2, 0}));
+  EXPECT_EQ(sortOrder(views, SortKind::Text, false, OrdinalCollation()), (std::vector<uint32_t>{0, 2, 1}));
+}
+
+TEST(SortOrder, ARandomColumnComesOutOrderedAndComplete) {
+  std::mt19937 rng(7);
+  std::vector<ustring> cells;
+  for (int i = 0; i < 2000; ++i) {
+    const int kind = static_cast<int>(rng() % 4);
+    if (kind == 0) cells.push_back(u"");
+    else if (kind == 1) cells.push_back(u"x" + toText(static_cast<long long>(rng() % 50)));
+    else cells.push_back(toText(static_cast<long long>(rng() % 2000) - 1000));
+  }
+  std::vector<ustring_view> views(cells.begin(), cells.end());
+  const auto order = sortOrder(views, SortKind::Number, false, OrdinalCollation());
+  std::vector<uint32_t> seen(order);
+  std::sort(seen.begin(), seen.end());
+  for (uint32_t i = 0; i < seen.size(); ++i) ASSERT_EQ(seen[i], i);
+  // Numbers ascending, then texts, then empties; equal cells in their first order.
+  auto rank = [&](uint32_t i) { return cells[i].empty() ? 2 : isNumber(cells[i]) ? 0 : 1; };
+  for (std::size_t p = 1; p < order.size(); ++p) {
+    const uint32_t a = order[p - 1], b = order[p];
+    ASSERT_LE(rank(a), rank(b));
+    if (rank(a) != rank(b)) continue;
+    if (rank(a) == 0) {
+      ASSERT_LE(valueOf(cells[a]), valueOf(cells[b]));
+      if (valueOf(cells[a]) == valueOf(cells[b])) {
+        ASSERT_LT(a, b);
+      }
+    } else if (rank(a) == 1) {
+      ASSERT_LE(cells[a], cells[b]);
+      if (cells[a] == cells[b]) {
+        ASSERT_LT(a, b);
+      }
+    } else {
+      ASSERT_LT(a, b);
+    }
+  }
+}
+
+// ---- finding -----------------------------------------------------------------------------
+
+Rows staff() {
+  return Rows(3, {u"姓名\t部门\t备注", u"张三\t销售部\tAlpha", u"李四\t财务部\tbeta", u"王五\t销售部\t",
+                  u"赵六\t研发部\tALPHA beta", u"孙七"});
+}
+
+TEST(FindRow, SearchesDownFromTheRowAfterTheCurrentOne) {
+  const Rows t = staff();
+  EXPECT_EQ(findRow(t, 1, {u"销售部", false, true}), 3);
+  EXPECT_EQ(findRow(t, 0, {u"销售部", false, true}), 1) << "no current row: from the top";
+  EXPECT_EQ(findRow(t, 2, {u"研发", false, true}), 4);
+}
+
+TEST(FindRow, WrapsOnceSoThatTheCurrentRowComesLast) {
+  const Rows t = staff();
+  EXPECT_EQ(findRow(t, 3, {u"销售部", false, true}), 1);
+  EXPECT_EQ(findRow(t, 1, {u"张三", false, true}), 1) << "the only match is the current row";
+  EXPECT_EQ(findRow(t, 1, {u"钱八", false, true}), 0);
+}
+
+TEST(FindRow, SearchesUpwardsWithWrap) {
+  const Rows t = staff();
+  EXPECT_EQ(findRow(t, 3, {u"销售部", false, false}), 1);
+  EXPECT_EQ(findRow(t, 1, {u"销售部", false, false}), 3);
+  EXPECT_EQ(findRow(t, 0, {u"销售部", false, false}), 3) << "no current row: from the bottom";
+}
+
+TEST(FindRow, MatchCaseDecidesWhetherLettersMustAgree) {
+  const Rows t = staff();
+  EXPECT_EQ(findRow(t, 0, {u"alpha", false, true}), 1);
+  EXPECT_EQ(findRow(t, 1, {u"alpha", false, true}), 4);
+  EXPECT_EQ(findRow(t, 0, {u"alpha", true, true}), 0);
+  EXPECT_EQ(findRow(t, 0, {u"ALPHA", true, true}), 4);
+}
+
+TEST(FindRow, TheHeaderIsNotSearched) {
+  EXPECT_EQ(findRow(staff(), 0, {u"姓名", false, true}), 0);
+}
+
+TEST(FindRow, AMatchNeverSpansTwoCells) {
+  const Rows t = staff();
+  EXPECT_EQ(findRow(t, 0, {u"三\t销", false, true}), 0) << "a tab in the text: never found";
+  EXPECT_EQ(findRow(t, 0, {u"三销", false, true}), 0);
+}
+
+TEST(FindRow, EmptyTextsAndNulsAreLookedForAsTheyAre) {
+  const Rows t(1, {u"h", u"a", ustring(u"b\0c", 3), u"c"});
+  EXPECT_EQ(findRow(t, 0, {u"", false, true}), 0);
+  EXPECT_EQ(findRow(t, 0, {ustring(u"\0", 1), false, true}), 2);
+  EXPECT_EQ(findRow(t, 0, {ustring(u"\0c", 2), true, true}), 2);
+}
+
+TEST(FindRow, LongCellsAndShortRowsAreSearchedWhole) {
+  ustring longCell(10000, u'x');
+  longCell += u"尾";
+  const Rows t(3, {u"a\tb\tc", u"only", longCell, u"1\t2\t3"});
+  EXPECT_EQ(findRow(t, 0, {u"x尾", false, true}), 2);
+  EXPECT_EQ(findRow(t, 0, {u"3", false, true}), 3);
+  EXPECT_EQ(findRow(Rows(2, {u"h"}), 0, {u"h", false, true}), 0) << "no data rows";
+}
+
+// ---- copying -------------------------------------------------------------------------------
+
+TEST(CopyText, TheHeaderComesFirstThenTheRowsOfEachRange) {
+  const Rows t = staff();
+  const RowRange rows[] = {{1, 1}, {3, 4}};
+  EXPECT_EQ(copyText(t, rows), u"姓名\t部门\t备注\r\n张三\t销售部\tAlpha\r\n王五\t销售部\t\r\n赵六\t研发部\tALPHA beta\r\n");
+}
+
+TEST(CopyText, ShortRowsAreFilledUpSoThatColumnsStayInPlace) {
+  const RowRange rows[] = {{5, 5}};
+  EXPECT_EQ(copyText(staff(), rows), u"姓名\t部门\t备注\r\n孙七\t\t\r\n");
+}
+
+TEST(CopyText, RowsOutsideTheDataAreLeftOut) {
+  const RowRange rows[] = {{-3, 1}, {5, 99}, {4, 2}};
+  EXPECT_EQ(copyText(staff(), rows), u"姓名\t部门\t备注\r\n张三\t销售部\tAlpha\r\n孙七\t\t\r\n");
+  EXPECT_EQ(copyText(staff(), {}), u"姓名\t部门\t备注\r\n");
+}
+
+TEST(CopyText, ACellWithALineBreakIsQuotedAndItsQuotesDoubled) {
+  const Rows t(2, {u"a\tb", u"one\ttwo \"2\"\r\nlines", u"x\t\"y\""});
+  const RowRange rows[] = {{1, 2}};
+  EXPECT_EQ(copyText(t, rows), u"a\tb\r\none\t\"two \"\"2\"\"\r\nlines\"\r\nx\t\"y\"\r\n");
+}
+
+}  // namespace
