@@ -18,8 +18,9 @@ constexpr int32_t kMarginTwips = 10;
 
 }  // namespace
 
-MobileLogPresenter::MobileLogPresenter(MobileLogView& view, WindowFactory& windows, std::shared_ptr<LogSource> source)
-    : view_(view), windows_(windows), source_(std::move(source)) {}
+MobileLogPresenter::MobileLogPresenter(MobileLogView& view, WindowFactory& windows, std::shared_ptr<LogSource> source,
+                                       const ui::Collation& collation)
+    : view_(view), windows_(windows), source_(std::move(source)), collation_(collation) {}
 
 void MobileLogPresenter::formLoad() {
   errorTrap(source(u"Form_Load"), [&] {
@@ -72,12 +73,40 @@ void MobileLogPresenter::miFilterClick() {
 void MobileLogPresenter::query() {
   std::vector<LogRow> rows = source_->query(conditions_);
   rows_ = std::move(rows);
+  sortColumn_.reset();
+  view_.showSort(sortColumn_, false);
   view_.showRowCount(rows_.size());
   view_.setCountText(rows_.empty() ? loadVtString(u"没有符合条件的短信记录")
                                    : formatResString(u"共%1条记录", {Variant(static_cast<int32_t>(rows_.size()))}));
 }
 
-ustring MobileLogPresenter::cell(std::size_t i, Column column) const {
+void MobileLogPresenter::columnClick(Column column) {
+  errorTrap(source(u"ldgList_ColumnClick"), [&] {
+    sortDescending_ = sortColumn_ == column ? !sortDescending_ : false;
+    sortColumn_ = column;
+    // The cells where they lie (the status's looked-up texts for the status column).
+    std::vector<ustring> statusCells;
+    std::vector<ustring_view> cells;
+    cells.reserve(rows_.size());
+    if (column == Column::Status) {
+      statusCells.reserve(rows_.size());
+      for (std::size_t i = 0; i < rows_.size(); ++i) statusCells.push_back(cell(i, column));
+      cells.assign(statusCells.begin(), statusCells.end());
+    } else {
+      for (std::size_t i = 0; i < rows_.size(); ++i) cells.push_back(cellView(i, column));
+    }
+    const auto kind = column == Column::MessageId ? ui::SortKind::Number : ui::SortKind::Text;
+    const std::vector<uint32_t> order = ui::sortOrder(cells, kind, sortDescending_, collation_);
+    std::vector<LogRow> sorted;
+    sorted.reserve(rows_.size());
+    for (uint32_t i : order) sorted.push_back(std::move(rows_[i]));
+    rows_ = std::move(sorted);
+    view_.showSort(sortColumn_, sortDescending_);
+    view_.showRowCount(rows_.size());
+  });
+}
+
+ustring_view MobileLogPresenter::cellView(std::size_t i, Column column) const {
   const LogRow& r = rows_.at(i);
   switch (column) {
     case Column::Time: return r.time;
@@ -85,12 +114,17 @@ ustring MobileLogPresenter::cell(std::size_t i, Column column) const {
     case Column::Receiver: return r.receiver;
     case Column::ReceiverName: return r.receiverName;
     case Column::Text: return r.text;
-    case Column::Status:
-      return r.status >= 0 && r.status < 4 ? statusTexts_[static_cast<std::size_t>(r.status)] : ustring();
     case Column::Reason: return r.reason;
     case Column::MessageId: return r.messageId;
+    case Column::Status: break;
   }
   return {};
+}
+
+ustring MobileLogPresenter::cell(std::size_t i, Column column) const {
+  if (column != Column::Status) return ustring(cellView(i, column));
+  const int16_t status = rows_.at(i).status;
+  return status >= 0 && status < 4 ? statusTexts_[static_cast<std::size_t>(status)] : ustring();
 }
 
 void MobileLogPresenter::showInListWindow() {

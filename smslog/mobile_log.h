@@ -14,6 +14,7 @@
 #include "automation/text.h"
 #include "host/windows.h"
 #include "smslog/log_query.h"
+#include "ui/list_table.h"
 
 namespace lumo::smslog {
 
@@ -45,16 +46,25 @@ class MobileLogView {
   virtual void setCountText(const ustring& text) = 0;
   // The selected rows, as the list shows them, in order.
   virtual std::vector<std::size_t> selectedRows() const = 0;
+  // The column the rows are sorted on (the head's arrow), or none.
+  virtual void showSort(std::optional<Column> column, bool descending) = 0;
 };
 
 class MobileLogPresenter {
  public:
-  MobileLogPresenter(MobileLogView& view, WindowFactory& windows, std::shared_ptr<LogSource> source);
+  // 'collation' orders the text columns when the user sorts on one.
+  MobileLogPresenter(MobileLogView& view, WindowFactory& windows, std::shared_ptr<LogSource> source,
+                     const ui::Collation& collation);
 
   void formLoad();
   // Each activation; only the first brings the filter up.
   void formActivate();
   void toolClick(Tool tool);
+  // A click on a column's head sorts the rows on it, as the list window sorts: a
+  // second click on the same head reverses; the message id compares as a number,
+  // the others as text in the user's order; empty cells last. A new query shows
+  // its rows in the order the filter asked for, unsorted.
+  void columnClick(Column column);
   // The list fills the window's inner area with a margin of 10 twips.
   static Rect listRect(int32_t innerLeft, int32_t innerTop, int32_t innerWidth, int32_t innerHeight, int32_t dpi);
 
@@ -72,6 +82,8 @@ class MobileLogPresenter {
   static ustring bodyOf(const ustring& loggedText);
 
  private:
+  // A text cell where it lies (not the status, whose text is looked up).
+  ustring_view cellView(std::size_t row, Column column) const;
   void miFilterClick();
   void showInListWindow();
   void resend();
@@ -85,6 +97,9 @@ class MobileLogPresenter {
   std::vector<LogRow> rows_;
   std::array<ustring, 4> statusTexts_;
   std::array<ustring, kColumnCount> titles_;
+  const ui::Collation& collation_;
+  std::optional<Column> sortColumn_;
+  bool sortDescending_ = false;
 };
 
 }  // namespace lumo::smslog

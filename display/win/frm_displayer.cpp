@@ -22,6 +22,7 @@
 #include "host/language.h"
 #include "host/services.h"
 #include "win32/controls.h"
+#include "win32/list_view.h"
 #include "win32/window.h"
 
 namespace lumo::win32 {
@@ -54,17 +55,6 @@ bool printerInstalled() {
   return true;
 }
 
-// Texts in the order the user's language sorts them, as the system sorts them.
-class UserCollation final : public ui::Collation {
- public:
-  int compare(ustring_view a, ustring_view b) const override {
-    const int r = CompareStringEx(LOCALE_NAME_USER_DEFAULT, 0, reinterpret_cast<const wchar_t*>(a.data()),
-                                  static_cast<int>(a.size()), reinterpret_cast<const wchar_t*>(b.data()),
-                                  static_cast<int>(b.size()), nullptr, nullptr, 0);
-    // A text the system cannot compare (too long for it) falls back on its code units.
-    return r == 0 ? a.compare(b) : r - CSTR_EQUAL;
-  }
-};
 
 // The system's find dialog, modeless: it tells its owner through the registered
 // message (message()) and gets its keys (Tab, Enter, Esc) through the dialog
@@ -614,14 +604,10 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
     lc.pszText = const_cast<wchar_t*>(wz(title));
     ListView_SetColumn(list_, c, &lc);
     // The system's sort arrow on the column the rows are sorted on.
-    if (HWND header = ListView_GetHeader(list_)) {
-      HDITEMW hd{};
-      hd.mask = HDI_FORMAT;
-      Header_GetItem(header, c, &hd);
-      hd.fmt &= ~(HDF_SORTUP | HDF_SORTDOWN);
-      if (presenter_.sortColumn() == c) hd.fmt |= presenter_.sortDescending() ? HDF_SORTDOWN : HDF_SORTUP;
-      Header_SetItem(header, c, &hd);
-    }
+    setSortArrow(list_, c,
+                 presenter_.sortColumn() != c        ? SortArrow::None
+                 : presenter_.sortDescending()       ? SortArrow::Down
+                                                     : SortArrow::Up);
   }
 
   // "Wait" first, as wide as the rest of the bar; the row counts after it.

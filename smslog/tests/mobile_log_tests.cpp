@@ -114,6 +114,12 @@ struct FakeLogView : MobileLogView {
   void showRowCount(std::size_t n) override { rows = n; }
   void setCountText(const ustring& t) override { countText = t; }
   std::vector<std::size_t> selectedRows() const override { return selected; }
+  void showSort(std::optional<Column> c, bool descending) override {
+    sortColumn = c;
+    sortDescending = descending;
+  }
+  std::optional<Column> sortColumn;
+  bool sortDescending = false;
 };
 
 // The send window as the log's resend sees it.
@@ -178,7 +184,8 @@ class LogWindow : public ::testing::Test {
   FakeLogView view;
   Opened opened;
   Windows windows{opened};
-  MobileLogPresenter window{view, windows, std::make_shared<HostLogSource>()};
+  ui::OrdinalCollation ordinal;
+  MobileLogPresenter window{view, windows, std::make_shared<HostLogSource>(), ordinal};
 
   std::vector<ustring> prompts() const {
     std::vector<ustring> p;
@@ -384,6 +391,75 @@ TEST_F(LogWindow, ATextHoldingTheBulkSeparatorsIsSaidAndNothingIsShown) {
   ASSERT_EQ(fake.messageBoxes.size(), 1u);
   EXPECT_NE(fake.messageBoxes[0].prompt.find(u"separators"), ustring::npos) << toUtf8(fake.messageBoxes[0].prompt);
   EXPECT_EQ(view.rows, 0u);
+}
+
+// The receivers of rows in the order shown.
+std::vector<ustring> column(const MobileLogPresenter& w, Column c) {
+  std::vector<ustring> out;
+  for (std::size_t i = 0; i < w.rowCount(); ++i) out.push_back(w.cell(i, c));
+  return out;
+}
+
+TEST_F(LogWindow, AHeadClickSortsTheRowsAndASecondReverses) {
+  window.formLoad();
+  view.answers = {lastHour()};
+  window.toolClick(Tool::Filter);
+  window.columnClick(Column::Receiver);
+  EXPECT_EQ(column(window, Column::Receiver),
+            (std::vector<ustring>{u"10086", u"13800000001", u"13800000002", u"13900000009"}));
+  EXPECT_EQ(view.sortColumn, Column::Receiver);
+  EXPECT_FALSE(view.sortDescending);
+  window.columnClick(Column::Receiver);
+  EXPECT_EQ(column(window, Column::Receiver),
+            (std::vector<ustring>{u"13900000009", u"13800000002", u"13800000001", u"10086"}));
+  EXPECT_TRUE(view.sortDescending);
+  // Every cell of a row goes with it.
+  EXPECT_EQ(window.cell(0, Column::Reason), u"号码在黑名单中");
+}
+
+TEST_F(LogWindow, EmptyCellsGoLastInBothDirections) {
+  window.formLoad();
+  view.answers = {lastHour()};
+  window.toolClick(Tool::Filter);
+  window.columnClick(Column::ReceiverName);
+  EXPECT_EQ(column(window, Column::ReceiverName), (std::vector<ustring>{u"李秀英", u"王建国", u"", u""}));
+  window.columnClick(Column::ReceiverName);
+  EXPECT_EQ(column(window, Column::ReceiverName), (std::vector<ustring>{u"王建国", u"李秀英", u"", u""}));
+}
+
+TEST_F(LogWindow, TheMessageIdSortsAsANumberAndTheStatusByItsText) {
+  window.formLoad();
+  table.rows[3][7] = 10;  // 10 after 7 as a number, before it as text
+  view.answers = {lastHour()};
+  window.toolClick(Tool::Filter);
+  window.columnClick(Column::MessageId);
+  EXPECT_EQ(column(window, Column::MessageId), (std::vector<ustring>{u"7", u"7", u"7", u"10"}));
+  window.columnClick(Column::Status);
+  EXPECT_EQ(column(window, Column::Status), (std::vector<ustring>{u"发送失败", u"发送失败", u"已送达", u"等待发送"}));
+}
+
+TEST_F(LogWindow, ASortIsStableAndANewQueryComesUnsorted) {
+  window.formLoad();
+  view.answers = {lastHour(), lastHour()};
+  window.toolClick(Tool::Filter);
+  window.columnClick(Column::Time);
+  // The three receivers of one moment keep their order.
+  EXPECT_EQ(column(window, Column::Receiver),
+            (std::vector<ustring>{u"13800000002", u"13800000001", u"10086", u"13900000009"}));
+  window.toolClick(Tool::Filter);
+  EXPECT_EQ(view.sortColumn, std::nullopt);
+  EXPECT_EQ(window.cell(0, Column::Receiver), u"13800000001");
+}
+
+TEST_F(LogWindow, ResendTakesTheRowsAsSorted) {
+  window.formLoad();
+  view.answers = {lastHour()};
+  window.toolClick(Tool::Filter);
+  window.columnClick(Column::Receiver);  // 10086 first
+  view.selected = {0, 3};
+  window.toolClick(Tool::Resend);
+  ASSERT_EQ(opened.prefills.size(), 1u);
+  EXPECT_EQ(opened.prefills[0].first, u"10086,13900000009");
 }
 
 TEST(LogBody, TheSignatureGoesAndTheBodyIsCutTo130) {

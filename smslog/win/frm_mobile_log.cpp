@@ -10,6 +10,7 @@
 #include "smslog/win/frm_filter.h"
 #include "smslog/win/windows.h"
 #include "win32/controls.h"
+#include "win32/list_view.h"
 #include "win32/window.h"
 
 namespace lumo::win32 {
@@ -32,7 +33,7 @@ class FrmMobileLog final : public Window, public smslog::MobileLogView {
   FrmMobileLog(ModuleHold hold, WindowFactory& windows)
       : Window(u"frmMobileLog"),
         hold_(std::move(hold)),
-        presenter_(*this, windows, std::make_shared<smslog::HostLogSource>()) {}
+        presenter_(*this, windows, std::make_shared<smslog::HostLogSource>(), collation_) {}
 
   // Creates the window (Form_Load runs), shows it and returns when it has been closed.
   void showModal() {
@@ -65,6 +66,14 @@ class FrmMobileLog final : public Window, public smslog::MobileLogView {
   void setCountText(const ustring& text) override {
     setWindowText(count_, text);
     layout();
+  }
+  void showSort(std::optional<Column> column, bool descending) override {
+    if (!list_) return;
+    for (std::size_t c = 0; c < kColumnCount; ++c)
+      setSortArrow(list_, static_cast<int>(c),
+                   column != static_cast<Column>(c) ? SortArrow::None
+                   : descending                      ? SortArrow::Down
+                                                     : SortArrow::Up);
   }
   std::vector<std::size_t> selectedRows() const override {
     std::vector<std::size_t> rows;
@@ -133,6 +142,10 @@ class FrmMobileLog final : public Window, public smslog::MobileLogView {
       }
       return true;
     }
+    if (nm->code == LVN_COLUMNCLICK) {
+      presenter_.columnClick(static_cast<Column>(reinterpret_cast<NMLISTVIEW*>(nm)->iSubItem));
+      return true;
+    }
     if (nm->code == LVN_KEYDOWN && reinterpret_cast<NMLVKEYDOWN*>(nm)->wVKey == VK_ESCAPE) {
       DestroyWindow(hwnd());
       return true;
@@ -198,6 +211,7 @@ class FrmMobileLog final : public Window, public smslog::MobileLogView {
   }
 
   ModuleHold hold_;
+  UserCollation collation_;  // before the presenter, which keeps it
   smslog::MobileLogPresenter presenter_;
   std::array<ustring, kToolCount> tools_;
   std::array<ustring, kColumnCount> titles_;

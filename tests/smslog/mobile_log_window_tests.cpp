@@ -173,6 +173,25 @@ TEST_F(MobileLogWindow, TheLastMessagesOutcomesAreListedAndTheFailedOnesResent) 
         if (lumo::test::findFilterDialog() || ListView_GetItemCount(list) < 300) return false;
         EXPECT_EQ(cellText(list, 0, 2), u"13901010001");  // the message just sent is the newest
         shot(log, u"smslog-history");
+        // A click on the receiver's head sorts on it, with the system's arrow; a second reverses.
+        HWND header = ListView_GetHeader(list);
+        RECT r{};
+        Header_GetItemRect(header, 2, &r);
+        const LPARAM at = MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2);
+        PostMessageW(header, WM_LBUTTONDOWN, MK_LBUTTON, at);
+        PostMessageW(header, WM_LBUTTONUP, 0, at);
+        return true;
+      },
+      [&] {
+        HWND list = GetDlgItem(log, mobile_log::kListId);
+        HDITEMW hd{};
+        hd.mask = HDI_FORMAT;
+        Header_GetItem(ListView_GetHeader(list), 2, &hd);
+        if (!(hd.fmt & HDF_SORTUP)) return false;
+        const int n = ListView_GetItemCount(list);
+        EXPECT_LE(u8(cellText(list, 0, 2)), u8(cellText(list, 1, 2)));
+        EXPECT_LE(u8(cellText(list, n / 2, 2)), u8(cellText(list, n - 1, 2)));
+        shot(log, u"smslog-sorted");
         PostMessageW(log, WM_CLOSE, 0, 0);
         return true;
       },
