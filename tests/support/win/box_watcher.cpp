@@ -6,8 +6,9 @@
 //   box_watcher <log file> [<watched window title>] [<seconds to run, default 300>]
 // Windows captioned as one of the titles in LUMO_WATCHER_CLOSE (separated by "|")
 // are closed as a user would close a modal window the probe opened, each once,
-// with a line "<closed> TAB <title> TAB 0".
+// with a line "<closed> TAB <title> TAB <rows of its first list view, 0 without one>".
 #include <windows.h>
+#include <commctrl.h>
 
 #include <cstdio>
 #include <cwchar>
@@ -41,6 +42,23 @@ BOOL CALLBACK scanWindow(HWND h, LPARAM p) {
       if (lumo::win32::windowText(h) == t) s->toClose = h;
   }
   return TRUE;
+}
+
+// The rows of a window's first list view (a system list, owner-data or not): what
+// a closed window was showing.
+int listRows(HWND window) {
+  HWND found = nullptr;
+  EnumChildWindows(
+      window,
+      [](HWND child, LPARAM out) {
+        wchar_t cls[64] = L"";
+        GetClassNameW(child, cls, 64);
+        if (std::wcscmp(cls, L"SysListView32") != 0) return TRUE;
+        *reinterpret_cast<HWND*>(out) = child;
+        return FALSE;
+      },
+      reinterpret_cast<LPARAM>(&found));
+  return found ? static_cast<int>(SendMessageW(found, LVM_GETITEMCOUNT, 0, 0)) : 0;
 }
 
 void append(const wchar_t* path, const ustring& line) {
@@ -78,7 +96,7 @@ int wmain(int argc, wchar_t** argv) {
     s.closing = &closing;
     EnumWindows(scanWindow, reinterpret_cast<LPARAM>(&s));
     if (!s.box && s.toClose && s.toClose != closed) {
-      append(argv[1], u"<closed>\t" + lumo::win32::windowText(s.toClose) + u"\t0");
+      append(argv[1], u"<closed>\t" + lumo::win32::windowText(s.toClose) + u"\t" + lumo::toText(listRows(s.toClose)));
       closed = s.toClose;
       PostMessageW(s.toClose, WM_CLOSE, 0, 0);
     }
