@@ -145,9 +145,29 @@ void MobileManagerPresenter::fillGrid() {
       ustring user, empId, emp, mobile;
     };
     std::vector<Row> rows;
-    while (!rs.eof()) {
-      rows.push_back({rs.text(u"FName"), rs.text(u"FEmpID"), rs.text(u"EmpName"), rs.text(u"FMobilePhone")});
-      rs.moveNext();
+    if (!rs.eof()) {
+      // The columns by name, wherever the host puts them; one it lacks raises the
+      // recordset's own error, as reading it would.
+      const int32_t width = rs.fieldCount();
+      std::vector<ustring> names;
+      for (int32_t i = 0; i < width; ++i) names.push_back(rs.fieldName(i));
+      auto column = [&](const char16_t* name) {
+        for (std::size_t i = 0; i < names.size(); ++i)
+          if (equalsNoCase(names[i], name)) return i;
+        rs.text(name);
+        throw Error(errnum::InvalidCall, u"The user table has no column '" + ustring(name) + u"'");
+      };
+      const std::size_t user = column(u"FName"), empId = column(u"FEmpID"), emp = column(u"EmpName"),
+                        mobile = column(u"FMobilePhone");
+      // Thousands of users: read in batches, one call a batch rather than one a value.
+      std::vector<ustring> cells;
+      while (std::size_t n = rs.readText(4096, cells)) {
+        for (std::size_t r = 0; r < n; ++r) {
+          ustring* c = cells.data() + r * names.size();
+          rows.push_back({std::move(c[user]), std::move(c[empId]), std::move(c[emp]), std::move(c[mobile])});
+        }
+        cells.clear();
+      }
     }
     struct Redraw {
       ui::EditGrid& g;
