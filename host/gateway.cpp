@@ -69,6 +69,20 @@ std::size_t Recordset::readText(int32_t maxRows, std::vector<ustring>& cells) {
   return splitBulkRows(text, width, cells);
 }
 
+std::vector<std::size_t> Recordset::columnsOf(const std::vector<ustring>& names) const {
+  std::vector<ustring> have;
+  for (int32_t i = 0; i < fieldCount(); ++i) have.push_back(fieldName(i));
+  std::vector<std::size_t> at;
+  for (const ustring& name : names) {
+    std::size_t i = 0;
+    while (i < have.size() && !equalsNoCase(have[i], name)) ++i;
+    if (i == have.size())
+      throw Error(errnum::InvalidCall, u"The recordset has no column '" + name + u"'");
+    at.push_back(i);
+  }
+  return at;
+}
+
 std::size_t splitBulkRows(ustring_view text, std::size_t width, std::vector<ustring>& cells) {
   const ustring_view column = kBulkColumn, row = kBulkRow;
   std::size_t rows = 0, at = 0;

@@ -35,6 +35,10 @@ class Recordset {
   // the end. Raises when a value holds the separators the call asks for, as no row
   // could then be told apart. A large result costs one call per batch of rows.
   std::size_t readText(int32_t maxRows, std::vector<ustring>& cells);
+  // Where each of 'names' stands among the columns (in whatever order the host
+  // gives them, case ignored), for the rows readText gives; raises naming the
+  // first column the recordset lacks.
+  std::vector<std::size_t> columnsOf(const std::vector<ustring>& names) const;
 
  private:
   const ObjectPtr& fields() const;

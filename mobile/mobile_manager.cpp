@@ -146,25 +146,14 @@ void MobileManagerPresenter::fillGrid() {
     };
     std::vector<Row> rows;
     if (!rs.eof()) {
-      // The columns by name, wherever the host puts them; one it lacks raises the
-      // recordset's own error, as reading it would.
-      const int32_t width = rs.fieldCount();
-      std::vector<ustring> names;
-      for (int32_t i = 0; i < width; ++i) names.push_back(rs.fieldName(i));
-      auto column = [&](const char16_t* name) {
-        for (std::size_t i = 0; i < names.size(); ++i)
-          if (equalsNoCase(names[i], name)) return i;
-        rs.text(name);
-        throw Error(errnum::InvalidCall, u"The user table has no column '" + ustring(name) + u"'");
-      };
-      const std::size_t user = column(u"FName"), empId = column(u"FEmpID"), emp = column(u"EmpName"),
-                        mobile = column(u"FMobilePhone");
+      const std::vector<std::size_t> at = rs.columnsOf({u"FName", u"FEmpID", u"EmpName", u"FMobilePhone"});
+      const std::size_t width = static_cast<std::size_t>(rs.fieldCount());
       // Thousands of users: read in batches, one call a batch rather than one a value.
       std::vector<ustring> cells;
       while (std::size_t n = rs.readText(4096, cells)) {
         for (std::size_t r = 0; r < n; ++r) {
-          ustring* c = cells.data() + r * names.size();
-          rows.push_back({std::move(c[user]), std::move(c[empId]), std::move(c[emp]), std::move(c[mobile])});
+          ustring* c = cells.data() + r * width;
+          rows.push_back({std::move(c[at[0]]), std::move(c[at[1]]), std::move(c[at[2]]), std::move(c[at[3]])});
         }
         cells.clear();
       }

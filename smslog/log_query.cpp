@@ -60,30 +60,15 @@ std::vector<LogRow> HostLogSource::query(const LogFilter& filter) {
   if (!answer.isObject() || !answer.toObject())
     throw Error(errnum::TypeMismatch, ustring(kLogProgId) + u"." + kLogMember + u" answered no recordset");
   Recordset rs(answer.toObject());
-  // A column the host does not have is said once, before any row is read.
-  std::vector<ustring> have;
-  for (int32_t i = 0; i < rs.fieldCount(); ++i) have.push_back(rs.fieldName(i));
-  for (const ustring& name : logFields()) {
-    bool found = false;
-    for (const ustring& h : have) found = found || equalsNoCase(h, name);
-    if (!found)
-      throw Error(errnum::InvalidCall,
-                  ustring(kLogProgId) + u"." + kLogMember + u": the log has no column '" + name + u"'");
-  }
-  // Where each column of ours stands in the host's order.
-  std::vector<std::size_t> at;
-  for (const ustring& name : logFields())
-    for (std::size_t i = 0; i < have.size(); ++i)
-      if (equalsNoCase(have[i], name)) {
-        at.push_back(i);
-        break;
-      }
+  // Where each column of ours stands; a column the host lacks is said before any row is read.
+  const std::vector<std::size_t> at = rs.columnsOf(logFields());
+  const std::size_t width = static_cast<std::size_t>(rs.fieldCount());
   std::vector<LogRow> rows;
   std::vector<ustring> cells;
   // Read in batches: one call a batch, not one a value.
   while (std::size_t n = rs.readText(4096, cells)) {
     for (std::size_t r = 0; r < n; ++r) {
-      const ustring* c = cells.data() + r * have.size();
+      const ustring* c = cells.data() + r * width;
       LogRow row;
       row.time = oneLine(c[at[0]]);
       row.user = oneLine(c[at[1]]);

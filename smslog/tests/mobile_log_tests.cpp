@@ -296,6 +296,20 @@ TEST_F(LogWindow, ALogWithoutAnExpectedColumnIsSaidByName) {
   EXPECT_EQ(view.rows, 0u);
 }
 
+TEST_F(LogWindow, ColumnsAreFoundByNameInTheHostsOrder) {
+  window.formLoad();
+  // The same log with its first and last columns swapped, names in other case.
+  std::swap(table.columns[0], table.columns[7]);
+  table.columns[2] = u"freceiver";
+  for (auto& r : table.rows) std::swap(r[0], r[7]);
+  view.answers = {lastHour()};
+  window.toolClick(Tool::Filter);
+  ASSERT_EQ(window.rowCount(), 4u);
+  EXPECT_EQ(window.cell(0, Column::Time), u"2026-11-25 09:00:00");
+  EXPECT_EQ(window.cell(0, Column::MessageId), u"7");
+  EXPECT_EQ(window.cell(1, Column::Receiver), u"10086");
+}
+
 TEST_F(LogWindow, CellsShowTheRowOnOneLineAndTheStatusAsText) {
   window.formLoad();
   view.answers = {lastHour()};
