@@ -1,5 +1,9 @@
 #include "automation/object.h"
 
+#include <algorithm>
+
+#include "automation/prefetch.h"
+
 namespace lumo {
 
 std::vector<Variant> Object::enumerate() { throw Error(errnum::NotSupported); }
@@ -66,74 +70,80 @@ bool DynamicObject::hasMember(const ustring& name) const {
 void Collection::add(const Variant& item, const ustring* key) { add(Variant(item), key); }
 
 void Collection::add(Variant&& item, const ustring* key) {
+  const auto at = static_cast<uint32_t>(items_.size());
   if (key) {
     ustring folded = toUpper(*key);
     if (keys_.count(folded)) throw Error(errnum::KeyAlreadyExists);
-    keys_[folded] = items_.size();
-    items_.push_back({std::move(item), *key, true});
-  } else {
-    items_.push_back({std::move(item), {}, false});
+    keys_.emplace(std::move(folded), at);
   }
+  items_.push_back(std::move(item));
+  order_.push_back(at);
 }
 
 const Variant& Collection::item(std::size_t position) const {
-  if (position < 1 || position > items_.size()) throw Error(errnum::InvalidCall);
-  return items_[position - 1].item;
+  if (position < 1 || position > order_.size()) throw Error(errnum::InvalidCall);
+  return items_[order_[position - 1]];
+}
+
+void Collection::prefetch(std::size_t position) const {
+  if (position >= 1 && position <= order_.size()) prefetchForRead(&items_[order_[position - 1]]);
+}
+
+const Variant& Collection::item(const ustring& key) const {
+  auto it = keys_.find(toUpper(key));
+  if (it == keys_.end()) throw Error(errnum::InvalidCall);
+  return items_[it->second];
 }
 
 std::size_t Collection::position(const ustring& key) const {
-  if (positionsStale_) {
-    for (std::size_t i = 0; i < items_.size(); ++i)
-      if (items_[i].hasKey) keys_[toUpper(items_[i].key)] = i;
-    positionsStale_ = false;
-  }
   auto it = keys_.find(toUpper(key));
   if (it == keys_.end()) throw Error(errnum::InvalidCall);
-  return it->second;
+  return static_cast<std::size_t>(std::find(order_.begin(), order_.end(), it->second) - order_.begin());
 }
-
-const Variant& Collection::item(const ustring& key) const { return items_[position(key)].item; }
 
 bool Collection::hasKey(const ustring& key) const { return keys_.count(toUpper(key)) > 0; }
 
 void Collection::remove(std::size_t position) {
-  if (position < 1 || position > items_.size()) throw Error(errnum::InvalidCall);
-  items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(position - 1));
-  keys_.clear();
-  for (std::size_t i = 0; i < items_.size(); ++i)
-    if (items_[i].hasKey) keys_[toUpper(items_[i].key)] = i;
-  positionsStale_ = false;
+  if (position < 1 || position > order_.size()) throw Error(errnum::InvalidCall);
+  const uint32_t gone = order_[position - 1];
+  items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(gone));
+  order_.erase(order_.begin() + static_cast<std::ptrdiff_t>(position - 1));
+  // The item's key goes; the items after it moved down by one.
+  for (uint32_t& at : order_)
+    if (at > gone) --at;
+  for (auto it = keys_.begin(); it != keys_.end();) {
+    if (it->second == gone) {
+      it = keys_.erase(it);
+      continue;
+    }
+    if (it->second > gone) --it->second;
+    ++it;
+  }
 }
 
 void Collection::reorder(std::span<const uint32_t> order) {
   const std::size_t m = order.size();
-  if (m > items_.size()) throw Error(errnum::InvalidCall);
-  // Where each item goes; a position met twice or out of range is no permutation.
-  std::vector<uint32_t> target(m, UINT32_MAX);
+  if (m > order_.size()) throw Error(errnum::InvalidCall);
+  // A position met twice or out of range is no permutation.
+  std::vector<bool> met(m, false);
   for (std::size_t p = 0; p < m; ++p) {
-    if (order[p] >= m || target[order[p]] != UINT32_MAX) throw Error(errnum::InvalidCall);
-    target[order[p]] = static_cast<uint32_t>(p);
+    if (order[p] >= m || met[order[p]]) throw Error(errnum::InvalidCall);
+    met[order[p]] = true;
   }
-  std::vector<Entry> moved;
-  moved.reserve(items_.size());
-  for (std::size_t p = 0; p < m; ++p) moved.push_back(std::move(items_[order[p]]));
-  for (std::size_t p = m; p < items_.size(); ++p) moved.push_back(std::move(items_[p]));
-  items_ = std::move(moved);
-  // Walking every key now would cost as much as the move itself; a lookup by key
-  // after a reorder (rare: callers go by position) finds the positions again.
-  if (!keys_.empty()) positionsStale_ = true;
+  std::vector<uint32_t> placed(order_.begin(), order_.begin() + static_cast<std::ptrdiff_t>(m));
+  for (std::size_t p = 0; p < m; ++p) order_[p] = placed[order[p]];
 }
 
 void Collection::clear() {
   items_.clear();
+  order_.clear();
   keys_.clear();
-  positionsStale_ = false;
 }
 
 const Variant& Collection::lookup(const Variant& index) const {
   if (index.isString()) return item(index.rawString());
   double d = index.toDouble();
-  if (d < 1 || d > static_cast<double>(items_.size())) throw Error(errnum::InvalidCall);
+  if (d < 1 || d > static_cast<double>(order_.size())) throw Error(errnum::InvalidCall);
   return item(static_cast<std::size_t>(index.toI4()));
 }
 
@@ -142,7 +152,7 @@ Variant Collection::invoke(const ustring& name, InvokeKind kind, Args& args) {
     if (args.size() != 1) throw Error(errnum::WrongArgumentCount);
     return lookup(args[0].deref());
   }
-  if (equalsNoCase(name, u"Count")) return static_cast<int32_t>(items_.size());
+  if (equalsNoCase(name, u"Count")) return static_cast<int32_t>(order_.size());
   if (equalsNoCase(name, u"Add")) {
     if (args.empty() || args.size() > 4) throw Error(errnum::WrongArgumentCount);
     if (args.size() >= 2 && !args[1].isMissing() && !args[1].isEmpty()) {
@@ -174,8 +184,8 @@ bool Collection::hasMember(const ustring& name) const {
 
 std::vector<Variant> Collection::enumerate() {
   std::vector<Variant> out;
-  out.reserve(items_.size());
-  for (const auto& e : items_) out.push_back(e.item);
+  out.reserve(order_.size());
+  for (uint32_t at : order_) out.push_back(items_[at]);
   return out;
 }
 

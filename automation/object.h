@@ -85,19 +85,25 @@ class Collection : public Object {
   void add(const Variant& item, const ustring* key = nullptr);
   // The same, taking the item over (no copy of a long text).
   void add(Variant&& item, const ustring* key = nullptr);
-  std::size_t count() const { return items_.size(); }
+  std::size_t count() const { return order_.size(); }
   // Room for n items (a caller that knows roughly how many will come).
-  void reserve(std::size_t n) { items_.reserve(n); }
+  void reserve(std::size_t n) {
+    items_.reserve(n);
+    order_.reserve(n);
+  }
   const Variant& item(std::size_t position) const;  // 1-based
   const Variant& item(const ustring& key) const;
   bool hasKey(const ustring& key) const;
   void remove(std::size_t position);
   void clear();
   // Puts the first order.size() items in a new order: order[p] is the 0-based
-  // position, before, of the item that goes to position p. The items move with
-  // their keys; no item is copied. Raises 5 when order is not a permutation of
-  // 0..order.size()-1 or is longer than the collection.
+  // position, before, of the item that goes to position p. The items keep their
+  // keys; no item is copied or moved, only their places are. Raises 5 when order
+  // is not a permutation of 0..order.size()-1 or is longer than the collection.
   void reorder(std::span<const uint32_t> order);
+  // Starts fetching the item at a position (1-based; nothing outside): a walk in
+  // the order of a sort meets items scattered in memory.
+  void prefetch(std::size_t position) const;
 
   Variant invoke(const ustring& name, InvokeKind kind, Args& args) override;
   bool hasMember(const ustring& name) const override;
@@ -106,18 +112,13 @@ class Collection : public Object {
 
  private:
   const Variant& lookup(const Variant& index) const;
-  struct Entry {
-    Variant item;
-    ustring key;
-    bool hasKey;
-  };
-  std::vector<Entry> items_;
-  // The entry's position behind a folded key, found again when a reorder left it stale.
+  // The 0-based position of the item with a key; raises 5 when none has it.
   std::size_t position(const ustring& key) const;
-  mutable std::map<ustring, std::size_t> keys_;  // folded key -> position of the entry with that key
-  // Positions moved since keys_ was written (a reorder): the keys are right, their
-  // positions are found again on the first lookup by key.
-  mutable bool positionsStale_ = false;
+  // The items stay where they were added; the positions are an index into
+  // them, so that a new order of a million items moves four bytes each.
+  std::vector<Variant> items_;
+  std::vector<uint32_t> order_;        // position - 1 -> item
+  std::map<ustring, uint32_t> keys_;  // folded key -> item
 };
 
 }  // namespace lumo

@@ -47,7 +47,7 @@ class Variant {
   bool isNull() const { return type() == Type::Null; }
   bool isMissing() const { return type() == Type::Missing; }
   bool isObject() const { return type() == Type::Object; }
-  bool isString() const { return type() == Type::String; }
+  bool isString() const { return std::holds_alternative<ustring>(deref().v_); }
   bool isNumeric() const;
 
   // Conversions; each raises the host language's error on failure

@@ -1,5 +1,7 @@
 #include "display/ledger.h"
 
+#include "automation/prefetch.h"
+
 namespace lumo::display {
 
 namespace {
@@ -50,7 +52,10 @@ std::vector<HeaderColumn> parseLedgerHeader(ustring_view header) {
 void writeLedger(SaveFile& file, const ListModel& list) {
   file.writeTo(ledgerHeaderLine(list));
   ustring scratch;
-  for (int32_t r = 1; r < list.rowCount(); ++r) file.writeTo(list.joinedCells(r, scratch));
+  for (int32_t r = 1; r < list.rowCount(); ++r) {
+    list.willRead(r + kReadAhead);
+    file.writeTo(list.joinedCells(r, scratch));
+  }
 }
 
 std::size_t saveLedger(const ustring& path, const ListModel& list) {

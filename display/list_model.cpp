@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <deque>
 
+#include "automation/prefetch.h"
+
 namespace lumo::display {
 
 ustring_view cellPiece(ustring_view cells, std::size_t piece) {
@@ -183,6 +185,15 @@ const ustring& ListModel::joinedCells(int32_t row, ustring& scratch) const {
   return scratch;
 }
 
+void ListModel::willRead(int32_t row) const {
+  // In two steps: the entry of a row further on, and the text of this one,
+  // whose entry an earlier call has fetched.
+  if (row >= 1) rows_->prefetch(static_cast<std::size_t>(row) + kReadAhead);
+  if (row < 1 || static_cast<std::size_t>(row) > rows_->count()) return;
+  const Variant& entry = rows_->item(static_cast<std::size_t>(row));
+  if (entry.isString()) prefetchForRead(entry.rawString().data());
+}
+
 bool ListModel::sortBy(int32_t c, bool descending, const ui::Collation& collation) {
   if (c < 1 || c > columnCount()) return false;
   const std::size_t m = std::min(static_cast<std::size_t>(std::max(0, rowCount_ - 1)), rows_->count());
@@ -190,6 +201,7 @@ bool ListModel::sortBy(int32_t c, bool descending, const ui::Collation& collatio
   std::deque<ustring> made;  // the texts of entries that are not text themselves
   for (std::size_t i = 0; i < m; ++i) {
     const int32_t row = static_cast<int32_t>(i + 1);
+    willRead(row + kReadAhead);
     if (!cells_.empty()) {
       const auto it = cells_.find(keyOf(row, c));
       if (it != cells_.end()) {
@@ -213,20 +225,26 @@ bool ListModel::sortBy(int32_t c, bool descending, const ui::Collation& collatio
   made.clear();
   rows_->reorder(order);
 
-  // Where each row went.
+  if (cells_.empty()) {
+    // Only the current row has to be followed: found where its entry went.
+    if (currentRow_ >= 1 && static_cast<std::size_t>(currentRow_) <= m) {
+      const auto was = static_cast<uint32_t>(currentRow_ - 1);
+      currentRow_ = static_cast<int32_t>(std::find(order.begin(), order.end(), was) - order.begin()) + 1;
+    }
+    return true;
+  }
+  // Where each row went: the written cells move with their rows.
   std::vector<int32_t> target(m + 1, 0);
   for (std::size_t p = 0; p < m; ++p) target[order[p] + 1] = static_cast<int32_t>(p + 1);
   auto moved = [&](int32_t row) { return row >= 1 && static_cast<std::size_t>(row) <= m ? target[static_cast<std::size_t>(row)] : row; };
-  if (!cells_.empty()) {
-    std::unordered_map<uint64_t, ustring> cells2;
-    cells2.reserve(cells_.size());
-    for (auto& [key, value] : cells_)
-      cells2.emplace(keyOf(moved(static_cast<int32_t>(key >> 32)), static_cast<int32_t>(key & 0xFFFFFFFFu)), std::move(value));
-    cells_ = std::move(cells2);
-    std::unordered_set<int32_t> rows2;
-    for (int32_t row : rowsWritten_) rows2.insert(moved(row));
-    rowsWritten_ = std::move(rows2);
-  }
+  std::unordered_map<uint64_t, ustring> cells2;
+  cells2.reserve(cells_.size());
+  for (auto& [key, value] : cells_)
+    cells2.emplace(keyOf(moved(static_cast<int32_t>(key >> 32)), static_cast<int32_t>(key & 0xFFFFFFFFu)), std::move(value));
+  cells_ = std::move(cells2);
+  std::unordered_set<int32_t> rows2;
+  for (int32_t row : rowsWritten_) rows2.insert(moved(row));
+  rowsWritten_ = std::move(rows2);
   currentRow_ = moved(currentRow_);
   return true;
 }

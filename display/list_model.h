@@ -84,6 +84,8 @@ class ListModel : public ui::TableText {
   // itself when that already holds exactly count cells and none was written
   // over, otherwise the joined text built in scratch (and returned from there).
   const ustring& joinedCells(int32_t row, ustring& scratch) const override;
+  // Starts fetching a row's stored text: after a sort the rows lie scattered.
+  void willRead(int32_t row) const override;
 
   // Forgets every written cell and column title (the shape stays).
   void clearCells();

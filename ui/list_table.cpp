@@ -1,9 +1,14 @@
 #include "ui/list_table.h"
 
+#include "automation/prefetch.h"
+
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <cstring>
 #include <limits>
 #include <string>
+#include <utility>
 
 namespace lumo::ui {
 
@@ -13,20 +18,26 @@ bool numberCellValue(ustring_view s, double& value) {
   std::size_t i = leadingBlanks(s);
   const std::size_t end = s.size() - std::min(s.size(), trailingBlanks(s));
   if (i >= end) return false;
-  std::string digits;  // what from_chars reads: sign, digits, point
-  digits.reserve(end - i);
+  bool negative = false;
   if (s[i] == u'+' || s[i] == u'-') {
-    if (s[i] == u'-') digits.push_back('-');
+    negative = s[i] == u'-';
     ++i;
   }
+  const std::size_t first = i;
   auto isDigit = [](char16_t c) { return c >= u'0' && c <= u'9'; };
+  // The digits as one integer, from the first that is not zero, while they fit.
+  uint64_t mantissa = 0;
+  std::size_t significant = 0;
+  auto take = [&](char16_t c) {
+    if (significant == 0 && c == u'0') return;
+    if (++significant <= 19) mantissa = mantissa * 10 + static_cast<uint64_t>(c - u'0');
+  };
   std::size_t whole = 0, group = 0, fraction = 0;
-  bool grouped = false, nonZero = false;
+  bool grouped = false;
   for (; i < end; ++i) {
     const char16_t c = s[i];
     if (isDigit(c)) {
-      digits.push_back(static_cast<char>(c));
-      nonZero = nonZero || c != u'0';
+      take(c);
       ++whole;
       ++group;
     } else if (c == u',') {
@@ -39,65 +50,132 @@ bool numberCellValue(ustring_view s, double& value) {
     }
   }
   if (grouped && group != 3) return false;
+  const bool wholeNonZero = significant > 0;
   if (i < end && s[i] == u'.') {
-    digits.push_back('.');
     for (++i; i < end && isDigit(s[i]); ++i) {
-      digits.push_back(static_cast<char>(s[i]));
+      take(s[i]);
       ++fraction;
     }
   }
   if (i != end || whole + fraction == 0) return false;
-  const char* first = digits.data();
+
+  // Up to 15 digits and a power of ten a double holds exactly: one division of
+  // two exact numbers, which rounds as a full reading of the text would.
+  static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                       1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+  if (significant <= 15 && fraction <= 22) {
+    value = static_cast<double>(mantissa) / kPowers[fraction];
+    if (negative) value = -value;
+    return true;
+  }
+  // Longer numbers: the standard reading of sign, digits and point.
+  std::string digits;
+  digits.reserve(end - first + 1);
+  if (negative) digits.push_back('-');
+  for (std::size_t k = first; k < end; ++k)
+    if (s[k] != u',') digits.push_back(static_cast<char>(s[k]));
+  const char* from = digits.data();
   const char* last = digits.data() + digits.size();
-  const auto [ptr, ec] = std::from_chars(first, last, value);
+  const auto [ptr, ec] = std::from_chars(from, last, value);
   if (ec == std::errc::result_out_of_range) {
     // More digits than a double holds: beyond its range, or below its smallest step.
-    const double size = nonZero ? std::numeric_limits<double>::infinity() : 0.0;
-    value = digits.front() == '-' ? -size : size;
+    const double size = wholeNonZero ? std::numeric_limits<double>::infinity() : 0.0;
+    value = negative ? -size : size;
   } else if (ec != std::errc() || ptr != last) {
     return false;
   }
   return true;
 }
 
+namespace {
+
+// The bits of a number as an unsigned integer that orders as the numbers do:
+// negative numbers have every bit flipped, the others just their sign bit set.
+uint64_t orderedBits(double value) {
+  if (value == 0) value = 0;  // -0 and 0 are the same number
+  uint64_t bits = 0;
+  std::memcpy(&bits, &value, sizeof bits);
+  return (bits >> 63) != 0 ? ~bits : bits | (uint64_t{1} << 63);
+}
+
+struct NumberKey {
+  uint64_t bits;
+  uint32_t index;
+};
+
+// A stable sort of the keys on their bits, a byte at a time from the lowest
+// (least significant digit first): eight passes over the keys whatever their
+// number, no comparison at all. A byte every key shares is skipped.
+void sortByBits(std::vector<NumberKey>& keys) {
+  const std::size_t n = keys.size();
+  if (n < 2) return;
+  std::array<std::array<uint32_t, 256>, 8> counts{};
+  for (const NumberKey& k : keys)
+    for (std::size_t d = 0; d < 8; ++d) ++counts[d][(k.bits >> (8 * d)) & 0xFF];
+  std::vector<NumberKey> moved(n);
+  for (std::size_t d = 0; d < 8; ++d) {
+    std::array<uint32_t, 256>& at = counts[d];
+    if (at[(keys[0].bits >> (8 * d)) & 0xFF] == n) continue;
+    uint32_t sum = 0;
+    for (uint32_t& c : at) sum += std::exchange(c, sum);
+    for (const NumberKey& k : keys) moved[at[(k.bits >> (8 * d)) & 0xFF]++] = k;
+    keys.swap(moved);
+  }
+}
+
+}  // namespace
+
 std::vector<uint32_t> sortOrder(std::span<const ustring_view> cells, SortKind kind, bool descending,
                                 const Collation& collation) {
-  // What a cell is, worked out once per row rather than once per comparison, and
-  // sorted together with its row's index: the comparisons read the keys where
-  // they lie instead of going through the index.
-  enum : uint8_t { Number, Text, Empty };
-  struct Key {
+  // Each cell is looked at once and goes to its group: numbers (in a Number
+  // sort), texts, empty cells. The groups sort on their own and follow each
+  // other: numbers before texts going up, texts before numbers going down,
+  // empty cells last either way in the order they came.
+  std::vector<NumberKey> numbers;
+  struct TextKey {
     ustring_view cell;
-    double value;
     uint32_t index;
-    uint8_t kind;
   };
-  std::vector<Key> keys(cells.size());
+  std::vector<TextKey> texts;
+  std::vector<uint32_t> empty;
+  if (kind == SortKind::Number) numbers.reserve(cells.size());
+  else texts.reserve(cells.size());
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    Key& k = keys[i];
-    k.cell = cells[i];
-    k.value = 0;
-    k.index = static_cast<uint32_t>(i);
-    if (cells[i].empty()) k.kind = Empty;
-    else if (kind == SortKind::Number && numberCellValue(cells[i], k.value)) k.kind = Number;
-    else k.kind = Text;
+    const auto index = static_cast<uint32_t>(i);
+    double value = 0;
+    if (cells[i].empty()) {
+      empty.push_back(index);
+    } else if (kind == SortKind::Number && numberCellValue(cells[i], value)) {
+      // Going down is going up on the flipped bits: equal numbers still keep
+      // their order.
+      const uint64_t bits = orderedBits(value);
+      numbers.push_back(NumberKey{descending ? ~bits : bits, index});
+    } else {
+      texts.push_back(TextKey{cells[i], index});
+    }
   }
-  std::stable_sort(keys.begin(), keys.end(), [&](const Key& ka, const Key& kb) {
-    if (ka.kind != kb.kind) {
-      if (ka.kind == Empty || kb.kind == Empty) return kb.kind == Empty;
-      return descending ? ka.kind > kb.kind : ka.kind < kb.kind;
-    }
-    switch (ka.kind) {
-      case Number: return descending ? kb.value < ka.value : ka.value < kb.value;
-      case Text: {
-        const int c = collation.compare(ka.cell, kb.cell);
-        return descending ? c > 0 : c < 0;
-      }
-      default: return false;
-    }
+  sortByBits(numbers);
+  std::stable_sort(texts.begin(), texts.end(), [&](const TextKey& a, const TextKey& b) {
+    const int c = collation.compare(a.cell, b.cell);
+    return descending ? c > 0 : c < 0;
   });
-  std::vector<uint32_t> order(keys.size());
-  for (std::size_t p = 0; p < keys.size(); ++p) order[p] = keys[p].index;
+
+  std::vector<uint32_t> order;
+  order.reserve(cells.size());
+  auto putNumbers = [&] {
+    for (const NumberKey& k : numbers) order.push_back(k.index);
+  };
+  auto putTexts = [&] {
+    for (const TextKey& k : texts) order.push_back(k.index);
+  };
+  if (descending) {
+    putTexts();
+    putNumbers();
+  } else {
+    putNumbers();
+    putTexts();
+  }
+  order.insert(order.end(), empty.begin(), empty.end());
   return order;
 }
 
@@ -118,6 +196,7 @@ int32_t findRow(const TableText& table, int32_t from, const FindRequest& request
   for (int32_t k = 0; k < last; ++k) {
     if (row > last) row = 1;
     if (row < 1) row = last;
+    table.willRead(request.down ? row + kReadAhead : row - kReadAhead);
     if (holds(row)) return row;
     row += request.down ? 1 : -1;
   }
@@ -127,9 +206,11 @@ int32_t findRow(const TableText& table, int32_t from, const FindRequest& request
 namespace {
 
 bool holdsLineBreak(ustring_view text) {
-  for (char16_t c : text)
-    if (c == u'\r' || c == u'\n') return true;
-  return false;
+  // Without an early way out: rows rarely hold one, and a loop without branches
+  // reads a row several times faster.
+  bool found = false;
+  for (char16_t c : text) found |= (c == u'\r') | (c == u'\n');
+  return found;
 }
 
 // The length of a line whose cells holding a line break are quoted.
@@ -196,13 +277,18 @@ CopyText::CopyText(const TableText& table, std::span<const RowRange> rows) {
   };
   measure(0);
   for (const RowRange& r : rows)
-    for (int32_t row = std::max(r.first, 1); row <= std::min(r.last, last); ++row) measure(row);
+    for (int32_t row = std::max(r.first, 1); row <= std::min(r.last, last); ++row) {
+      table.willRead(row + kReadAhead);
+      measure(row);
+    }
   // built_ has stopped growing: its texts stay where they are now.
   for (std::size_t k = 0; k < builtAt.size(); ++k) lines_[builtAt[k]].cells = built_[k];
 }
 
 void CopyText::write(char16_t* out) const {
-  for (const Line& line : lines_) {
+  for (std::size_t k = 0; k < lines_.size(); ++k) {
+    if (k + kReadAhead < lines_.size()) prefetchForRead(lines_[k + kReadAhead].cells.data());
+    const Line& line = lines_[k];
     out = line.quoted ? writeQuoted(out, line.cells) : std::copy(line.cells.begin(), line.cells.end(), out);
     *out++ = u'\r';
     *out++ = u'\n';

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+
 #include "automation/object.h"
 #include "tests/support/errors.h"
 
@@ -75,6 +78,46 @@ TEST(Collection, KeysAddedAndRemovedAfterAReorderStayRight) {
   EXPECT_EQ(c->item(std::size_t(1)).toString(), u"row 2");
   EXPECT_EQ(c->item(u"1").toString(), u"row 1");
   EXPECT_EQ(c->count(), 3u);
+}
+
+TEST(Collection, ReordersAddsAndRemovalsInAnyMixKeepPositionsKeysAndEnumerationInStep) {
+  // A plain list of (key, item) as the reference for a random mix of operations.
+  std::mt19937 rng(3);
+  Collection c;
+  std::vector<std::pair<ustring, ustring>> model;
+  int made = 0;
+  for (int step = 0; step < 400; ++step) {
+    const unsigned what = rng() % 4;
+    if (what <= 1 || model.empty()) {
+      const ustring item = u"item " + toText(static_cast<long long>(made));
+      const ustring key = rng() % 2 ? u"k" + toText(static_cast<long long>(made)) : ustring();
+      ++made;
+      c.add(Variant(item), key.empty() ? nullptr : &key);
+      model.emplace_back(key, item);
+    } else if (what == 2) {
+      std::vector<uint32_t> order(rng() % (model.size() + 1));
+      for (uint32_t i = 0; i < order.size(); ++i) order[i] = i;
+      std::shuffle(order.begin(), order.end(), rng);
+      c.reorder(order);
+      std::vector<std::pair<ustring, ustring>> moved(model);
+      for (std::size_t p = 0; p < order.size(); ++p) moved[p] = model[order[p]];
+      model = std::move(moved);
+    } else {
+      const std::size_t at = rng() % model.size();
+      if (!model[at].first.empty() && rng() % 2) c.call(u"Remove", {Variant(model[at].first)});
+      else c.remove(at + 1);
+      model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
+    }
+    ASSERT_EQ(c.count(), model.size());
+  }
+  const std::vector<Variant> all = c.enumerate();
+  for (std::size_t p = 0; p < model.size(); ++p) {
+    EXPECT_EQ(c.item(p + 1).toString(), model[p].second);
+    EXPECT_EQ(all[p].toString(), model[p].second);
+    if (!model[p].first.empty()) {
+      EXPECT_EQ(c.item(model[p].first).toString(), model[p].second);
+    }
+  }
 }
 
 TEST(Collection, ReorderRefusesWhatIsNoPermutation) {

@@ -90,17 +90,40 @@ void CALLBACK driverTick(HWND, UINT, UINT_PTR, DWORD) {
   }
 }
 
-// Sends a command to the window and answers the dialog it opens; false when no
+// Does something to the window and answers the dialog it opens; false when no
 // dialog was answered.
-bool commandWithDialog(HWND window, int command, std::function<bool(HWND)> answer,
-                       std::vector<std::wstring>* later = nullptr) {
+bool withDialog(const std::function<void()>& act, std::function<bool(HWND)> answer,
+                std::vector<std::wstring>* later = nullptr) {
   DialogDriver driver{std::move(answer), false, std::chrono::steady_clock::now() + std::chrono::seconds(20), later};
   g_driver = &driver;
   const UINT_PTR timer = SetTimer(nullptr, 0, 150, &driverTick);
-  SendMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
+  act();
   KillTimer(nullptr, timer);
   g_driver = nullptr;
   return driver.answered;
+}
+
+// Sends a command (a menu item or a tool) to the window.
+bool commandWithDialog(HWND window, int command, std::function<bool(HWND)> answer,
+                       std::vector<std::wstring>* later = nullptr) {
+  return withDialog([&] { SendMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0); }, std::move(answer), later);
+}
+
+// A letter pressed with Ctrl held on the window's list.
+bool ctrlKeyWithDialog(HWND window, WORD key, std::function<bool(HWND)> answer) {
+  HWND list = childOfClass(window, WC_LISTVIEWW);
+  return withDialog(
+      [&] {
+        BYTE state[256] = {};
+        GetKeyboardState(state);
+        state[VK_CONTROL] = 0x80;
+        SetKeyboardState(state);
+        SendMessageW(list, WM_KEYDOWN, key, 0);
+        state[VK_CONTROL] = 0;
+        SetKeyboardState(state);
+        SendMessageW(list, WM_KEYUP, key, 0);
+      },
+      std::move(answer));
 }
 
 // Types the path into a file dialog's name box and presses OK.
@@ -328,6 +351,43 @@ TEST_F(DisplayWindow, SavesThroughTheSaveDialogAndReopensTheSameTable) {
   ASSERT_TRUE(ListView_GetColumn(list, 2, &lc));
   EXPECT_EQ(LVCFMT_RIGHT, lc.fmt & LVCFMT_JUSTIFYMASK);
   EXPECT_EQ(L"打开测试 - " + path, windowText(w2));
+  DeleteFileW(path.c_str());
+}
+
+TEST_F(DisplayWindow, CtrlSCtrlOAndCtrlPSaveOpenAndPrintAsTheirMenuItemsDo) {
+  // Two Thai letters: the ledger's code page has no place for them.
+  std::vector<std::wstring> rows = kRows;
+  rows.push_back(L"ก和ข\t1\t泰文");
+  HWND w = showTable(builder_, L"快捷键测试", rows);
+  ASSERT_NE(nullptr, w);
+  const std::wstring path = tempFile(L"lumo-display-keys.ldg");
+  ASSERT_TRUE(ctrlKeyWithDialog(w, 'S', chooseFile(path)));
+  pump(100);
+  std::vector<std::wstring> written = kRows;
+  written.push_back(L"?和?\t1\t泰文");
+  EXPECT_EQ(expectedLedger(written), readFile(path));
+  EXPECT_EQ(L"快捷键测试 - " + path, windowText(w));
+  HWND status = childOfClass(w, STATUSCLASSNAMEW);
+  wchar_t text[128] = {};
+  SendMessageW(status, SB_GETTEXTW, 0, reinterpret_cast<LPARAM>(text));
+  EXPECT_EQ(std::wstring(L"保存完毕"), text);
+  SendMessageW(status, SB_GETTEXTW, 1, reinterpret_cast<LPARAM>(text));
+  EXPECT_EQ(std::wstring(L"2 个字符不能按本机编码保存，已写作“?”"), text) << "the row panel counts what was replaced";
+
+  IDispatch* other = another();
+  ASSERT_NE(nullptr, other);
+  HWND w2 = showTable(other, L"快捷键打开", {L"旧行"});
+  ASSERT_NE(nullptr, w2);
+  ASSERT_TRUE(ctrlKeyWithDialog(w2, 'O', chooseFile(path)));
+  pump(100);
+  EXPECT_EQ(L"快捷键打开 - " + path, windowText(w2));
+  EXPECT_EQ(4, ListView_GetItemCount(childOfClass(w2, WC_LISTVIEWW)));
+  EXPECT_EQ(L"?和?", Late(other).call(L"GetText", {V(4), V(1)}).text());
+
+  std::wstring said;
+  ASSERT_TRUE(ctrlKeyWithDialog(w2, 'P', readMessageBox(&said, IDOK)));
+  EXPECT_NE(std::wstring::npos, said.find(L"没有安装打印机")) << u8(said);
+  EXPECT_TRUE(IsWindow(w2));
   DeleteFileW(path.c_str());
 }
 
