@@ -1,8 +1,11 @@
 #include "automation/text.h"
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace lumo {
 
@@ -140,6 +143,43 @@ bool equalsNoCase(ustring_view a, ustring_view b) {
   for (std::size_t i = 0; i < a.size(); ++i)
     if (foldCase(a[i]) != foldCase(b[i])) return false;
   return true;
+}
+
+namespace {
+
+// A 64-bit word holds four units. After an exclusive or with the unit looked
+// for in every lane, the lanes that matched are zero.
+constexpr uint64_t kLaneOnes = 0x0001000100010001u, kLaneTops = 0x8000800080008000u, kLaneLows = 0x7FFF7FFF7FFF7FFFu;
+
+uint64_t wordAt(const char16_t* p) {
+  uint64_t word = 0;
+  std::memcpy(&word, p, sizeof word);
+  return word;
+}
+
+// The top bit of exactly the lanes that are zero.
+uint64_t zeroLanes(uint64_t v) { return ~(((v & kLaneLows) + kLaneLows) | v) & kLaneTops; }
+
+}  // namespace
+
+std::size_t countOf(ustring_view s, char16_t unit) {
+  const uint64_t pattern = kLaneOnes * unit;
+  std::size_t n = 0, i = 0;
+  for (; i + 4 <= s.size(); i += 4) n += static_cast<std::size_t>(std::popcount(zeroLanes(wordAt(s.data() + i) ^ pattern)));
+  for (; i < s.size(); ++i) n += s[i] == unit;
+  return n;
+}
+
+bool holdsEither(ustring_view s, char16_t a, char16_t b) {
+  const uint64_t pa = kLaneOnes * a, pb = kLaneOnes * b;
+  std::size_t i = 0;
+  for (; i + 4 <= s.size(); i += 4) {
+    const uint64_t word = wordAt(s.data() + i);
+    if ((zeroLanes(word ^ pa) | zeroLanes(word ^ pb)) != 0) return true;
+  }
+  for (; i < s.size(); ++i)
+    if (s[i] == a || s[i] == b) return true;
+  return false;
 }
 
 std::size_t find(ustring_view hay, ustring_view needle, std::size_t from) {

@@ -38,6 +38,11 @@ bool equalsNoCase(ustring_view a, ustring_view b);
 std::size_t find(ustring_view hay, ustring_view needle, std::size_t from = 0);
 std::size_t findNoCase(ustring_view hay, ustring_view needle, std::size_t from = 0);
 inline bool contains(ustring_view hay, ustring_view needle) { return find(hay, needle) != ustring::npos; }
+// How many units of a text equal 'unit', and whether any equals a or b: rows
+// of a list are looked through for these on every copy and save, four units at
+// a time.
+std::size_t countOf(ustring_view s, char16_t unit);
+bool holdsEither(ustring_view s, char16_t a, char16_t b);
 bool startsWith(ustring_view s, ustring_view prefix);
 bool endsWith(ustring_view s, ustring_view suffix);
 

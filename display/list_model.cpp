@@ -18,7 +18,7 @@ ustring_view cellPiece(ustring_view cells, std::size_t piece) {
   return cells.substr(start, tab == ustring_view::npos ? ustring_view::npos : tab - start);
 }
 
-std::size_t tabCount(ustring_view text) { return static_cast<std::size_t>(std::count(text.begin(), text.end(), u'\t')); }
+std::size_t tabCount(ustring_view text) { return countOf(text, u'\t'); }
 
 ListModel::ListModel() : rows_(std::make_shared<Collection>()) {}
 

@@ -205,13 +205,7 @@ int32_t findRow(const TableText& table, int32_t from, const FindRequest& request
 
 namespace {
 
-bool holdsLineBreak(ustring_view text) {
-  // Without an early way out: rows rarely hold one, and a loop without branches
-  // reads a row several times faster.
-  bool found = false;
-  for (char16_t c : text) found |= (c == u'\r') | (c == u'\n');
-  return found;
-}
+bool holdsLineBreak(ustring_view text) { return holdsEither(text, u'\r', u'\n'); }
 
 // The length of a line whose cells holding a line break are quoted.
 std::size_t quotedSize(ustring_view cells) {

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <random>
+
 #include "automation/text.h"
 
 using namespace lumo;
@@ -76,4 +79,25 @@ TEST(Text, DoubleTextIsShortest) {
   EXPECT_EQ(doubleToText(100), u"100");
   EXPECT_EQ(doubleToText(0.1), u"0.1");
   EXPECT_EQ(doubleToText(1e20), u"1E+20");
+}
+
+TEST(Text, CountOfAndHoldsEitherAgreeWithALookAtEveryUnit) {
+  // Texts of every length around the four units read at once, the units looked
+  // for at every place, and neighbours that differ from them in one bit.
+  std::mt19937 rng(5);
+  const char16_t alphabet[] = {u'\t', u'\r', u'\n', u'\x0b', u'\x08', u'\x0c', u'\x8009', u'\x0109', u'a', u'中', u'\0', u'\xffff'};
+  for (int k = 0; k < 20000; ++k) {
+    ustring s(rng() % 23, u'x');
+    for (char16_t& c : s) c = alphabet[rng() % std::size(alphabet)];
+    std::size_t tabs = 0;
+    bool lineBreak = false;
+    for (char16_t c : s) {
+      tabs += c == u'\t';
+      lineBreak = lineBreak || c == u'\r' || c == u'\n';
+    }
+    ASSERT_EQ(countOf(s, u'\t'), tabs);
+    ASSERT_EQ(holdsEither(s, u'\r', u'\n'), lineBreak);
+  }
+  EXPECT_EQ(countOf(u"", u'\t'), 0u);
+  EXPECT_FALSE(holdsEither(u"", u'\r', u'\n'));
 }
