@@ -47,7 +47,7 @@ ustring mobileTableSql() {
          u"Where a.FUserID Between " + u"16384" + u" And " + u"32767" + u"And a.FForbidden=0" + u" Order By a.FUserID";
 }
 
-bool wellFormedMobile(const ustring& number) {
+bool wellFormedMobile(ustring_view number) {
   if (number.size() != static_cast<std::size_t>(kMobileLength)) return false;
   return std::all_of(number.begin(), number.end(), [](char16_t c) { return c >= u'0' && c <= u'9'; });
 }
@@ -364,7 +364,7 @@ void MobileManagerPresenter::markRow(int32_t row) {
     for (int32_t first : index_.otherHolders(row)) others.push_back(grid_.text(first, colEmp));
     std::sort(others.begin(), others.end());
     if (!others.empty()) tip = replacePlaceholders(texts().sharedNumber, {join(others, u",")});
-    else if (!wellFormedMobile(ustring(number))) tip = texts().malformedNumber;
+    else if (!wellFormedMobile(number)) tip = texts().malformedNumber;
   }
   const bool marked = !tip.empty();
   if (marked != (rowMarked_[r] != 0)) conflicts_ += marked ? 1 : -1;

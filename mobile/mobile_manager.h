@@ -59,7 +59,7 @@ class MobileManagerView {
 // The fill query, byte for byte.
 ustring mobileTableSql();
 // Whether a number is what an SMS can reach: eleven ASCII digits.
-bool wellFormedMobile(const ustring& number);
+bool wellFormedMobile(ustring_view number);
 
 class MobileManagerPresenter {
  public:
