@@ -25,6 +25,7 @@ std::size_t hashOf(ustring_view s) {
 void MobileIndex::Texts::clear(std::size_t expected) {
   chars_.clear();
   starts_.assign(1, 0);
+  starts_.reserve(expected + 1);
   std::size_t n = 16;
   while (n < expected * 2) n *= 2;
   slots_.assign(n, -1);
@@ -76,10 +77,15 @@ void MobileIndex::reset(int32_t rows) {
   rowEmp_.assign(n, -1);
   rowNumber_.assign(n, -1);
   nextRow_.assign(n, -1);
+  // As many employees and numbers as rows at most, until edits and binds add some.
   firstRow_.clear();
+  firstRow_.reserve(n);
   lastRow_.clear();
+  lastRow_.reserve(n);
   firstHolder_.clear();
+  firstHolder_.reserve(n);
   holders_.clear();
+  holders_.reserve(n);
   freeHolder_ = -1;
 }
 

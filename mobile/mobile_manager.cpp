@@ -151,8 +151,10 @@ void MobileManagerPresenter::fillGrid() {
       const std::size_t width = static_cast<std::size_t>(rs.fieldCount());
       const std::size_t source[4] = {at[0], at[2], at[3], at[1]};  // the grid's columns, in order
       // Thousands of users: read in batches, one call a batch rather than one a value.
+      constexpr int32_t kBatch = 4096;
       std::vector<ustring> cells;
-      while (std::size_t n = rs.readText(4096, cells)) {
+      cells.reserve(kBatch * width);
+      while (std::size_t n = rs.readText(kBatch, cells)) {
         for (std::size_t r = 0; r < n; ++r) {
           ustring* c = cells.data() + r * width;
           for (std::size_t k = 0; k < 4; ++k) columns[k].texts.push_back(std::move(c[source[k]]));
