@@ -47,7 +47,7 @@ ustring mobileTableSql() {
          u"Where a.FUserID Between " + u"16384" + u" And " + u"32767" + u"And a.FForbidden=0" + u" Order By a.FUserID";
 }
 
-bool wellFormedMobile(const ustring& number) {
+bool wellFormedMobile(ustring_view number) {
   if (number.size() != static_cast<std::size_t>(kMobileLength)) return false;
   return std::all_of(number.begin(), number.end(), [](char16_t c) { return c >= u'0' && c <= u'9'; });
 }
@@ -141,19 +141,23 @@ void MobileManagerPresenter::fillGrid() {
   errorTrap(source(u"LoadData"), [&] {
     ActionScope action;
     Recordset rs = getData(mobileTableSql());
-    struct Row {
-      ustring user, empId, emp, mobile;
-    };
-    std::vector<Row> rows;
+    std::vector<ui::EditGrid::ColumnFill> columns(4);
+    columns[colUser - 1].style = {true, kUserBackColor, ui::kBlack};
+    columns[colEmp - 1].style = {true, ui::kWhite, ui::kBlack};
+    columns[colMobile - 1].style = {false, ui::kWhite, ui::kBlack};
+    columns[colEmpId - 1].style = {true, ui::kWhite, ui::kBlack};
     if (!rs.eof()) {
       const std::vector<std::size_t> at = rs.columnsOf({u"FName", u"FEmpID", u"EmpName", u"FMobilePhone"});
       const std::size_t width = static_cast<std::size_t>(rs.fieldCount());
+      const std::size_t source[4] = {at[0], at[2], at[3], at[1]};  // the grid's columns, in order
       // Thousands of users: read in batches, one call a batch rather than one a value.
+      constexpr int32_t kBatch = 4096;
       std::vector<ustring> cells;
-      while (std::size_t n = rs.readText(4096, cells)) {
+      cells.reserve(kBatch * width);
+      while (std::size_t n = rs.readText(kBatch, cells)) {
         for (std::size_t r = 0; r < n; ++r) {
           ustring* c = cells.data() + r * width;
-          rows.push_back({std::move(c[at[0]]), std::move(c[at[1]]), std::move(c[at[2]]), std::move(c[at[3]])});
+          for (std::size_t k = 0; k < 4; ++k) columns[k].texts.push_back(std::move(c[source[k]]));
         }
         cells.clear();
       }
@@ -163,21 +167,12 @@ void MobileManagerPresenter::fillGrid() {
       ~Redraw() { g.setRedraw(true); }
     } redraw{grid_};
     grid_.setRedraw(false);
-    grid_.setRows(static_cast<int32_t>(rows.size()));
+    grid_.fill(std::move(columns));
+    // A row without an employee (a refresh may find it so since) cannot take a number.
     for (int32_t i = 1; i <= grid_.rows(); ++i) {
-      Row& r = rows[static_cast<std::size_t>(i - 1)];
-      grid_.setText(i, colUser, std::move(r.user));
-      grid_.setLocked(i, colUser, true);
-      grid_.setBackColor(i, colUser, kUserBackColor);
-      const bool bound = !r.emp.empty();
-      grid_.setText(i, colEmp, std::move(r.emp));
-      grid_.setLocked(i, colEmp, true);
-      grid_.setText(i, colMobile, std::move(r.mobile));
-      // A refresh may find a row bound or unbound since: its state is set either way.
-      grid_.setLocked(i, colMobile, !bound);
-      grid_.setBackColor(i, colMobile, bound ? ui::kWhite : kNoEmployeeBackColor);
-      grid_.setText(i, colEmpId, std::move(r.empId));
-      grid_.setLocked(i, colEmpId, true);
+      if (!grid_.text(i, colEmp).empty()) continue;
+      grid_.setLocked(i, colMobile, true);
+      grid_.setBackColor(i, colMobile, kNoEmployeeBackColor);
     }
     rebuildIndex();
   });
@@ -199,21 +194,17 @@ void MobileManagerPresenter::cellChanged(int32_t col, int32_t row) {
       number.resize(kMobileLength);
       grid_.setText(row, colMobile, number);
     }
-    std::vector<ustring> touched{indexedNumber_[static_cast<std::size_t>(row)], number};
+    std::vector<ustring> touched{ustring(index_.number(row)), number};
     if (!empId.empty()) {
       // The employee's rows come from the index: no walk over the table.
-      const std::vector<int32_t> rows = rowsOf(empId);
+      const std::vector<int32_t> rows = index_.rowsOf(empId);
       for (int32_t r : rows) {
-        touched.push_back(indexedNumber_[static_cast<std::size_t>(r)]);
+        touched.emplace_back(index_.number(r));
         if (r != row) grid_.setText(r, colMobile, number);
       }
-      for (int32_t r : rows) {
-        unindexRow(r);
-        indexRow(r);
-      }
+      for (int32_t r : rows) indexRow(r);
       for (int32_t r : rows) markRow(r);
     } else {
-      unindexRow(row);
       indexRow(row);
       markRow(row);
     }
@@ -285,8 +276,7 @@ void MobileManagerPresenter::bind(int32_t row, bool fromTool) {
     Variant infoArg{ObjectPtr(info)};
     callWithSession(u"OxaBase.SecurityAdmin", u"SetUserInfo", {Variant::ref(&user), Variant::ref(&infoArg)});
 
-    const ustring oldNumber = indexedNumber_[static_cast<std::size_t>(row)];
-    unindexRow(row);
+    const ustring oldNumber(index_.number(row));
     grid_.setText(row, colEmp, name);
     grid_.setText(row, colMobile, mobile);
     grid_.setLocked(row, colMobile, false);
@@ -347,52 +337,15 @@ void MobileManagerPresenter::showFailures(const ObjectPtr& failures) {
 
 // ---- the indexes and the conflict marks ------------------------------------------------------
 
-std::vector<int32_t> MobileManagerPresenter::rowsOf(const ustring& empId) const {
-  auto it = rowsByEmp_.find(empId);
-  return it == rowsByEmp_.end() ? std::vector<int32_t>{} : it->second;
-}
+std::vector<int32_t> MobileManagerPresenter::rowsOf(const ustring& empId) const { return index_.rowsOf(empId); }
 
 void MobileManagerPresenter::indexRow(int32_t row) {
-  const auto r = static_cast<std::size_t>(row);
-  const ustring& empId = grid_.text(row, colEmpId);
-  indexedEmp_[r] = empId;
-  if (!empId.empty()) {
-    std::vector<int32_t>& rows = rowsByEmp_[empId];
-    rows.insert(std::upper_bound(rows.begin(), rows.end(), row), row);
-  }
-  const ustring number = trim(grid_.text(row, colMobile));
-  indexedNumber_[r] = number;
-  if (!number.empty() && !empId.empty()) ++holders_[number][empId];
-}
-
-void MobileManagerPresenter::unindexRow(int32_t row) {
-  const auto r = static_cast<std::size_t>(row);
-  const ustring& empId = indexedEmp_[r];
-  if (!empId.empty()) {
-    auto it = rowsByEmp_.find(empId);
-    if (it != rowsByEmp_.end()) {
-      std::erase(it->second, row);
-      if (it->second.empty()) rowsByEmp_.erase(it);
-    }
-    const ustring& number = indexedNumber_[r];
-    auto h = holders_.find(number);
-    if (!number.empty() && h != holders_.end()) {
-      auto e = h->second.find(empId);
-      if (e != h->second.end() && --e->second <= 0) h->second.erase(e);
-      if (h->second.empty()) holders_.erase(h);
-    }
-  }
-  indexedEmp_[r].clear();
-  indexedNumber_[r].clear();
+  index_.set(row, grid_.text(row, colEmpId), grid_.text(row, colMobile));
 }
 
 void MobileManagerPresenter::rebuildIndex() {
-  rowsByEmp_.clear();
-  holders_.clear();
-  const auto n = static_cast<std::size_t>(grid_.rows()) + 1;
-  indexedEmp_.assign(n, ustring());
-  indexedNumber_.assign(n, ustring());
-  rowMarked_.assign(n, 0);
+  index_.reset(grid_.rows());
+  rowMarked_.assign(static_cast<std::size_t>(grid_.rows()) + 1, 0);
   conflicts_ = 0;
   for (int32_t r = 1; r <= grid_.rows(); ++r) indexRow(r);
   for (int32_t r = 1; r <= grid_.rows(); ++r) markRow(r);
@@ -400,35 +353,25 @@ void MobileManagerPresenter::rebuildIndex() {
 }
 
 void MobileManagerPresenter::remark(const std::vector<ustring>& numbers) {
-  std::unordered_set<ustring> employees;
-  for (const ustring& n : numbers) {
-    auto h = holders_.find(trim(n));
-    if (h == holders_.end()) continue;
-    for (const auto& [empId, rows] : h->second) employees.insert(empId);
-  }
-  for (const ustring& e : employees)
-    for (int32_t r : rowsOf(e)) markRow(r);
+  for (int32_t r : index_.rowsHolding(numbers)) markRow(r);
   updateStatus();
 }
 
 void MobileManagerPresenter::markRow(int32_t row) {
   const auto r = static_cast<std::size_t>(row);
-  const ustring& number = indexedNumber_[r];
+  const ustring_view number = index_.number(row);
   ustring tip;
-  if (!number.empty() && !indexedEmp_[r].empty()) {
+  if (!number.empty() && !index_.empId(row).empty()) {
     std::vector<ustring> others;
-    auto h = holders_.find(number);
-    if (h != holders_.end())
-      for (const auto& [empId, count] : h->second) {
-        if (empId == indexedEmp_[r]) continue;
-        const std::vector<int32_t> rows = rowsOf(empId);
-        others.push_back(rows.empty() ? empId : grid_.text(rows.front(), colEmp));
-      }
+    for (int32_t first : index_.otherHolders(row)) others.push_back(grid_.text(first, colEmp));
     std::sort(others.begin(), others.end());
     if (!others.empty()) tip = replacePlaceholders(texts().sharedNumber, {join(others, u",")});
     else if (!wellFormedMobile(number)) tip = texts().malformedNumber;
   }
   const bool marked = !tip.empty();
+  // Only this marks the cell: a row unmarked before and now shows no mark already
+  // (a fill starts every row so), which spares the grid thousands of calls.
+  if (!marked && rowMarked_[r] == 0) return;
   if (marked != (rowMarked_[r] != 0)) conflicts_ += marked ? 1 : -1;
   rowMarked_[r] = marked ? 1 : 0;
   grid_.setMark(row, colMobile, marked, tip);

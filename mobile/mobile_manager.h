@@ -17,11 +17,11 @@
 #include <memory>
 #include <optional>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "automation/object.h"
 #include "host/windows.h"
+#include "mobile/mobile_index.h"
 #include "ui/edit_grid.h"
 
 namespace lumo::mobile {
@@ -59,7 +59,7 @@ class MobileManagerView {
 // The fill query, byte for byte.
 ustring mobileTableSql();
 // Whether a number is what an SMS can reach: eleven ASCII digits.
-bool wellFormedMobile(const ustring& number);
+bool wellFormedMobile(ustring_view number);
 
 class MobileManagerPresenter {
  public:
@@ -107,7 +107,6 @@ class MobileManagerPresenter {
   void enableSave();
   // The index of rows by employee and of employees by number.
   void indexRow(int32_t row);
-  void unindexRow(int32_t row);
   void rebuildIndex();
   // Marks the rows of every employee that holds one of these numbers.
   void remark(const std::vector<ustring>& numbers);
@@ -124,10 +123,7 @@ class MobileManagerPresenter {
   ui::EditGrid grid_;
   std::shared_ptr<Collection> pending_;
   std::unordered_map<ustring, ObjectPtr> pendingByEmp_;  // the records of pending_, by employee id
-  std::unordered_map<ustring, std::vector<int32_t>> rowsByEmp_;
-  std::unordered_map<ustring, std::unordered_map<ustring, int32_t>> holders_;  // number -> employee id -> rows
-  std::vector<ustring> indexedNumber_;  // per row: the number it is indexed under ("" none)
-  std::vector<ustring> indexedEmp_;     // per row: the employee id it is indexed under
+  MobileIndex index_;
   std::vector<char> rowMarked_;
   int32_t conflicts_ = 0;
   std::optional<MarkTexts> markTexts_;

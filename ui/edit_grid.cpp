@@ -1,30 +1,77 @@
 #include "ui/edit_grid.h"
 
 #include <algorithm>
+#include <climits>
+#include <cstdint>
 #include <utility>
 
 #include "automation/error.h"
 
 namespace lumo::ui {
 
-std::size_t EditGrid::index(int32_t row, int32_t col) const {
-  if (row < 0 || row > rows_ || col < 1 || col > cols_) throw Error(5, u"Invalid procedure call or argument");
-  return static_cast<std::size_t>(row) * static_cast<std::size_t>(cols_ + 1) + static_cast<std::size_t>(col);
+namespace {
+const ustring kNoTip;
+[[noreturn]] void invalidCall() { throw Error(5, u"Invalid procedure call or argument"); }
+}  // namespace
+
+EditGrid::Column& EditGrid::column(int32_t row, int32_t col) {
+  if (row < 0 || row > rows_ || col < 1 || col > cols_) invalidCall();
+  return columns_[static_cast<std::size_t>(col)];
 }
 
-void EditGrid::reshape(int32_t rows, int32_t cols) {
-  if (rows < 0 || cols < 0) throw Error(5, u"Invalid procedure call or argument");
+const EditGrid::Column& EditGrid::column(int32_t row, int32_t col) const {
+  if (row < 0 || row > rows_ || col < 1 || col > cols_) invalidCall();
+  return columns_[static_cast<std::size_t>(col)];
+}
+
+EditGrid::Style& EditGrid::style(int32_t row, int32_t col) {
+  Column& c = column(row, col);
+  return row == 0 ? c.headerStyle : c.style[static_cast<std::size_t>(row - 1)];
+}
+
+const EditGrid::Style& EditGrid::style(int32_t row, int32_t col) const {
+  const Column& c = column(row, col);
+  return row == 0 ? c.headerStyle : c.style[static_cast<std::size_t>(row - 1)];
+}
+
+ustring& EditGrid::textOf(int32_t row, int32_t col) {
+  Column& c = column(row, col);
+  return row == 0 ? c.headerText : c.text[static_cast<std::size_t>(row - 1)];
+}
+
+void EditGrid::setCols(int32_t n) {
+  if (n < 0) invalidCall();
   cancelEdit();
-  std::vector<Cell> next(static_cast<std::size_t>(rows + 1) * static_cast<std::size_t>(cols + 1));
-  const int32_t keepRows = std::min(rows, rows_), keepCols = std::min(cols, cols_);
-  for (int32_t r = 0; r <= keepRows; ++r)
-    for (int32_t c = 1; c <= keepCols; ++c)
-      next[static_cast<std::size_t>(r) * static_cast<std::size_t>(cols + 1) + static_cast<std::size_t>(c)] =
-          std::move(cells_[index(r, c)]);
-  cells_ = std::move(next);
-  rows_ = rows;
-  cols_ = cols;
-  maxLength_.resize(static_cast<std::size_t>(cols + 1), 0);
+  const std::size_t had = columns_.size();
+  columns_.resize(static_cast<std::size_t>(n + 1));
+  for (std::size_t c = had; c < columns_.size(); ++c) {
+    columns_[c].text.resize(static_cast<std::size_t>(rows_));
+    columns_[c].style.resize(static_cast<std::size_t>(rows_));
+  }
+  cols_ = n;
+  shaped();
+}
+
+void EditGrid::fill(std::vector<ColumnFill> columns) {
+  if (columns.size() != static_cast<std::size_t>(cols_)) invalidCall();
+  const std::size_t rows = columns.empty() ? 0 : columns.front().texts.size();
+  if (rows > static_cast<std::size_t>(INT32_MAX)) invalidCall();
+  for (const ColumnFill& f : columns)
+    if (f.texts.size() != rows) invalidCall();
+  cancelEdit();
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    Column& c = columns_[i + 1];
+    c.text = std::move(columns[i].texts);
+    Style cell;
+    static_cast<CellStyle&>(cell) = columns[i].style;
+    c.style.assign(rows, cell);
+    std::erase_if(c.tips, [](const auto& tip) { return tip.first > 0; });
+  }
+  rows_ = static_cast<int32_t>(rows);
+  shaped();
+}
+
+void EditGrid::shaped() {
   activeRow_ = std::clamp(activeRow_, rows_ > 0 ? 1 : 0, rows_);
   activeCol_ = std::clamp(activeCol_, cols_ > 0 ? 1 : 0, cols_);
   if (activeRow_ == 0 && rows_ > 0) activeRow_ = 1;
@@ -32,70 +79,77 @@ void EditGrid::reshape(int32_t rows, int32_t cols) {
   if (observer_ && redraw_) observer_->gridReset();
 }
 
-void EditGrid::setCols(int32_t n) { reshape(rows_, n); }
-void EditGrid::setRows(int32_t n) { reshape(n, cols_); }
-
 void EditGrid::changed(int32_t row, int32_t col) {
   if (observer_ && redraw_) observer_->cellChanged(row, col);
 }
 
-const ustring& EditGrid::text(int32_t row, int32_t col) const { return cell(row, col).text; }
+const ustring& EditGrid::text(int32_t row, int32_t col) const {
+  const Column& c = column(row, col);
+  return row == 0 ? c.headerText : c.text[static_cast<std::size_t>(row - 1)];
+}
 
 void EditGrid::setText(int32_t row, int32_t col, ustring text) {
-  Cell& c = cell(row, col);
-  if (c.text == text) return;
-  c.text = std::move(text);
+  ustring& t = textOf(row, col);
+  if (t == text) return;
+  t = std::move(text);
   changed(row, col);
 }
 
-bool EditGrid::locked(int32_t row, int32_t col) const { return cell(row, col).locked; }
+bool EditGrid::locked(int32_t row, int32_t col) const { return style(row, col).locked; }
 
 void EditGrid::setLocked(int32_t row, int32_t col, bool locked) {
-  Cell& c = cell(row, col);
+  Style& c = style(row, col);
   if (c.locked == locked) return;
   c.locked = locked;
   if (locked && editing_ && editRow_ == row && editCol_ == col) cancelEdit();
   changed(row, col);
 }
 
-Rgb EditGrid::backColor(int32_t row, int32_t col) const { return cell(row, col).back; }
+Rgb EditGrid::backColor(int32_t row, int32_t col) const { return style(row, col).back; }
 
 void EditGrid::setBackColor(int32_t row, int32_t col, Rgb color) {
-  Cell& c = cell(row, col);
+  Style& c = style(row, col);
   if (c.back == color) return;
   c.back = color;
   changed(row, col);
 }
 
-Rgb EditGrid::foreColor(int32_t row, int32_t col) const { return cell(row, col).fore; }
+Rgb EditGrid::foreColor(int32_t row, int32_t col) const { return style(row, col).fore; }
 
 void EditGrid::setForeColor(int32_t row, int32_t col, Rgb color) {
-  Cell& c = cell(row, col);
+  Style& c = style(row, col);
   if (c.fore == color) return;
   c.fore = color;
   changed(row, col);
 }
 
-bool EditGrid::marked(int32_t row, int32_t col) const { return cell(row, col).marked; }
-const ustring& EditGrid::toolTip(int32_t row, int32_t col) const { return cell(row, col).tip; }
+bool EditGrid::marked(int32_t row, int32_t col) const { return style(row, col).marked; }
+
+const ustring& EditGrid::toolTip(int32_t row, int32_t col) const {
+  const Column& c = column(row, col);
+  auto it = c.tips.find(row);
+  return it == c.tips.end() ? kNoTip : it->second;
+}
 
 void EditGrid::setMark(int32_t row, int32_t col, bool marked, ustring toolTip) {
-  Cell& c = cell(row, col);
-  if (c.marked == marked && c.tip == toolTip) return;
-  c.marked = marked;
-  c.tip = std::move(toolTip);
+  Style& st = style(row, col);
+  Column& c = columns_[static_cast<std::size_t>(col)];
+  auto it = c.tips.find(row);
+  if (st.marked == marked && (it == c.tips.end() ? toolTip.empty() : it->second == toolTip)) return;
+  st.marked = marked;
+  if (toolTip.empty()) {
+    if (it != c.tips.end()) c.tips.erase(it);
+  } else if (it != c.tips.end()) {
+    it->second = std::move(toolTip);
+  } else {
+    c.tips.emplace(row, std::move(toolTip));
+  }
   changed(row, col);
 }
 
-int32_t EditGrid::maxLength(int32_t col) const {
-  index(0, col);
-  return maxLength_[static_cast<std::size_t>(col)];
-}
+int32_t EditGrid::maxLength(int32_t col) const { return column(0, col).maxLength; }
 
-void EditGrid::setMaxLength(int32_t col, int32_t length) {
-  index(0, col);
-  maxLength_[static_cast<std::size_t>(col)] = std::max(0, length);
-}
+void EditGrid::setMaxLength(int32_t col, int32_t length) { column(0, col).maxLength = std::max(0, length); }
 
 void EditGrid::setRedraw(bool on) {
   if (redraw_ == on) return;
@@ -125,18 +179,18 @@ void EditGrid::click(int32_t row, int32_t col) {
 }
 
 ustring EditGrid::clip(int32_t col, ustring text) const {
-  const int32_t max = maxLength_[static_cast<std::size_t>(col)];
+  const int32_t max = columns_[static_cast<std::size_t>(col)].maxLength;
   if (max > 0 && text.size() > static_cast<std::size_t>(max)) text.resize(static_cast<std::size_t>(max));
   return text;
 }
 
 bool EditGrid::beginEdit() {
   if (activeRow_ < 1 || activeCol_ < 1) return false;
-  return beginEdit(cell(activeRow_, activeCol_).text);
+  return beginEdit(text(activeRow_, activeCol_));
 }
 
 bool EditGrid::beginEdit(const ustring& replace) {
-  if (activeRow_ < 1 || activeCol_ < 1 || cell(activeRow_, activeCol_).locked) return false;
+  if (activeRow_ < 1 || activeCol_ < 1 || locked(activeRow_, activeCol_)) return false;
   editing_ = true;
   editRow_ = activeRow_;
   editCol_ = activeCol_;
@@ -158,7 +212,7 @@ bool EditGrid::commitEdit() {
   ustring text = std::move(editText_);
   editText_.clear();
   if (observer_) observer_->editChanged();
-  if (cell(row, col).text == text) return false;
+  if (this->text(row, col) == text) return false;
   setText(row, col, std::move(text));
   if (onChange_) onChange_(row, col);
   return true;

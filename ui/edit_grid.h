@@ -15,12 +15,16 @@
 // row's ends, page up/down by a page the control gives; it stays within 1..rows
 // and 1..cols. A click raises the click event with the cell, whatever its lock.
 //
-// A run of changes (a fill of thousands of rows) is marked with redraw off, so
-// that the control draws once at its end instead of after each cell.
+// A table of thousands of rows is filled at once, column by column, each cell
+// starting in its column's style (then the few that differ are set); the state
+// is kept per column in flat lists, not as an object per cell. A run of changes
+// is marked with redraw off, so that the control draws once at its end instead
+// of after each cell.
 #pragma once
 
 #include <cstdint>
 #include <functional>
+#include <unordered_map>
 #include <vector>
 
 #include "automation/text.h"
@@ -55,9 +59,8 @@ class EditGrid {
   int32_t cols() const { return cols_; }
   int32_t rows() const { return rows_; }
   // New cells are empty, unlocked, white with black text; cells that remain keep
-  // their state. Ends any edit.
+  // their state. Ends any edit. The rows come with a fill (below).
   void setCols(int32_t n);
-  void setRows(int32_t n);
 
   // ---- cells (row 0 is the header; a cell outside the grid raises 5) --------------------
   const ustring& text(int32_t row, int32_t col) const;
@@ -72,6 +75,22 @@ class EditGrid {
   bool marked(int32_t row, int32_t col) const;
   const ustring& toolTip(int32_t row, int32_t col) const;
   void setMark(int32_t row, int32_t col, bool marked, ustring toolTip = {});
+
+  // ---- a whole table at once ------------------------------------------------------------
+  struct CellStyle {
+    bool locked = false;
+    Rgb back = kWhite;
+    Rgb fore = kBlack;
+  };
+  struct ColumnFill {
+    std::vector<ustring> texts;  // rows 1..n
+    CellStyle style;             // every cell of the column, unmarked
+  };
+  // Replaces every row below the header with the columns' texts: one fill per
+  // column (cols() of them), all of one length, the new number of rows. Ends any
+  // edit; the control draws once. Raises 5 for another number of columns or
+  // texts of unequal length.
+  void fill(std::vector<ColumnFill> columns);
 
   // 0: no limit.
   int32_t maxLength(int32_t col) const;
@@ -113,25 +132,30 @@ class EditGrid {
   void cancelEdit();
 
  private:
-  struct Cell {
-    ustring text;
-    ustring tip;
-    Rgb back = kWhite;
-    Rgb fore = kBlack;
-    bool locked = false;
+  struct Style : CellStyle {
     bool marked = false;
   };
-  std::size_t index(int32_t row, int32_t col) const;  // raises 5 outside the grid
-  Cell& cell(int32_t row, int32_t col) { return cells_[index(row, col)]; }
-  const Cell& cell(int32_t row, int32_t col) const { return cells_[index(row, col)]; }
+  // A column's cells: its header and rows 1 to rows_ (at [row - 1]).
+  struct Column {
+    ustring headerText;
+    Style headerStyle;
+    std::vector<ustring> text;
+    std::vector<Style> style;
+    std::unordered_map<int32_t, ustring> tips;  // by row: only marked cells carry one
+    int32_t maxLength = 0;
+  };
+  Column& column(int32_t row, int32_t col);  // raises 5 outside the grid
+  const Column& column(int32_t row, int32_t col) const;
+  Style& style(int32_t row, int32_t col);
+  const Style& style(int32_t row, int32_t col) const;
+  ustring& textOf(int32_t row, int32_t col);
   void changed(int32_t row, int32_t col);
-  void reshape(int32_t rows, int32_t cols);
+  void shaped();
   ustring clip(int32_t col, ustring text) const;
 
   GridObserver* observer_ = nullptr;
   int32_t rows_ = 0, cols_ = 0;
-  std::vector<Cell> cells_;  // (rows_ + 1) * (cols_ + 1), row-major, column 0 unused
-  std::vector<int32_t> maxLength_;
+  std::vector<Column> columns_;  // cols_ + 1, column 0 unused
   bool redraw_ = true;
   int32_t activeRow_ = 0, activeCol_ = 0;
   bool editing_ = false;

@@ -61,21 +61,29 @@ void EditGridControl::create(HWND parent, int id) {
   edit_ = createControl(hwnd(), L"EDIT", ES_AUTOHSCROLL | WS_BORDER, 0, kEditId);
   editBox_ = std::make_unique<EditBox>(*this);
   editBox_->attachTo(edit_);
+  model_.setObserver(this);
+  gridReset();
+}
+
+// Made on the first move of the mouse over the grid, not with the grid: a window
+// that opens costs one window less, and a grid never hovered needs none.
+void EditGridControl::ensureTooltip(const MSG& move) {
+  if (tooltip_) return;
   tooltip_ = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX,
                              CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, hwnd(), nullptr,
                              GetModuleHandleW(nullptr), nullptr);
-  if (tooltip_) {
-    TTTOOLINFOW ti{};
-    ti.cbSize = sizeof ti;
-    ti.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
-    ti.hwnd = hwnd();
-    ti.uId = reinterpret_cast<UINT_PTR>(hwnd());
-    ti.lpszText = LPSTR_TEXTCALLBACKW;
-    SendMessageW(tooltip_, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&ti));
-    SendMessageW(tooltip_, TTM_SETMAXTIPWIDTH, 0, 400);
-  }
-  model_.setObserver(this);
-  gridReset();
+  if (!tooltip_) return;
+  TTTOOLINFOW ti{};
+  ti.cbSize = sizeof ti;
+  ti.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
+  ti.hwnd = hwnd();
+  ti.uId = reinterpret_cast<UINT_PTR>(hwnd());
+  ti.lpszText = LPSTR_TEXTCALLBACKW;
+  SendMessageW(tooltip_, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&ti));
+  SendMessageW(tooltip_, TTM_SETMAXTIPWIDTH, 0, 400);
+  if (font_) SendMessageW(tooltip_, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE);
+  // The move that made it came before its watch on the grid began.
+  SendMessageW(tooltip_, TTM_RELAYEVENT, 0, reinterpret_cast<LPARAM>(&move));
 }
 
 void EditGridControl::setColumnWidths(std::vector<int> widths) {
@@ -248,20 +256,25 @@ void EditGridControl::paint() {
   const Selected fontIn(dc, font_ ? font_ : static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)));
   SetBkMode(dc, TRANSPARENT);
   Pen line(CreatePen(PS_SOLID, 1, RGB(200, 200, 200)));
+  const Selected lineIn(dc, line.get());  // the cells' borders; other pens are selected only for a moment
   Brush mark(CreateSolidBrush(RGB(220, 0, 0)));
+  // A page of cells has a handful of backgrounds: one brush each, made on first use.
+  std::vector<std::pair<COLORREF, Brush>> fills;
+  auto fillOf = [&](COLORREF color) {
+    for (const auto& [c, b] : fills)
+      if (c == color) return b.get();
+    fills.emplace_back(color, Brush(CreateSolidBrush(color)));
+    return fills.back().second.get();
+  };
   const int32_t last = std::min(model_.rows(), top_ + visibleRows());
   auto drawCell = [&](int32_t row, int32_t col, const RECT& r) {
     const bool header = row == 0;
     const bool active = !header && row == model_.activeRow() && col == model_.activeCol();
     COLORREF back = header ? GetSysColor(COLOR_BTNFACE) : static_cast<COLORREF>(model_.backColor(row, col));
-    Brush fill(CreateSolidBrush(back));
-    FillRect(dc, &r, fill.get());
-    {
-      const Selected penIn(dc, line.get());
-      MoveToEx(dc, r.left, r.bottom - 1, nullptr);
-      LineTo(dc, r.right - 1, r.bottom - 1);
-      LineTo(dc, r.right - 1, r.top - 1);
-    }
+    FillRect(dc, &r, fillOf(back));
+    MoveToEx(dc, r.left, r.bottom - 1, nullptr);
+    LineTo(dc, r.right - 1, r.bottom - 1);
+    LineTo(dc, r.right - 1, r.top - 1);
     const ustring& text = model_.text(row, col);
     RECT t = r;
     InflateRect(&t, -scale(4, dpi_), 0);
@@ -441,9 +454,14 @@ bool EditGridControl::onMessage(UINT msg, WPARAM wParam, LPARAM lParam, LRESULT&
         model_.beginEdit();
       return true;
     }
-    case WM_MOUSEMOVE:
+    case WM_MOUSEMOVE: {
+      MSG move{hwnd(), msg, wParam, lParam, static_cast<DWORD>(GetMessageTime()), {}};
+      const DWORD at = GetMessagePos();
+      move.pt = POINT{GET_X_LPARAM(at), GET_Y_LPARAM(at)};
+      ensureTooltip(move);
       showTip(GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam));
       return false;
+    }
     case WM_KEYDOWN:
       key(static_cast<UINT>(wParam));
       return true;

@@ -73,6 +73,7 @@ class EditGridControl final : public Window, private ui::GridObserver {
   int colWidth(int32_t col) const;
   int rowHeight() const { return rowHeight_; }
   void showTip(int x, int y);
+  void ensureTooltip(const MSG& move);
 
   ui::EditGrid& model_;
   int id_ = 0;

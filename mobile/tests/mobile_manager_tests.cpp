@@ -533,6 +533,24 @@ TEST_F(Manager, ANumberThatIsNotElevenDigitsIsMarkedAndClearingItUnmarks) {
   EXPECT_EQ(window.conflictCount(), 0);
 }
 
+TEST_F(Manager, ARefreshMarksWhatTheHostHoldsNowAndClearsTheMarksOfEdits) {
+  open();
+  edit(u"陈静", u"13901010002");  // 李秀英's: both marked
+  db.employees[2].mobile = u"13801020005";  // 张伟 holds 陈静's number in the host now
+  window.toolClick(u"Refresh");
+  const int32_t chen = row(u"陈静"), li = row(u"李秀英"), zhang = row(u"张伟");
+  EXPECT_EQ(mobile(u"陈静"), u"13801020005");
+  EXPECT_FALSE(grid.marked(li, colMobile));
+  EXPECT_EQ(grid.toolTip(li, colMobile), u"");
+  EXPECT_EQ(grid.foreColor(li, colMobile), ui::kBlack);
+  EXPECT_TRUE(grid.marked(chen, colMobile));
+  EXPECT_EQ(grid.toolTip(chen, colMobile), u"该号码也属于职员:张伟");
+  EXPECT_EQ(grid.foreColor(chen, colMobile), kConflictForeColor);
+  EXPECT_EQ(grid.toolTip(zhang, colMobile), u"该号码也属于职员:陈静");
+  EXPECT_EQ(window.conflictCount(), 2);
+  EXPECT_EQ(view.status, u"有冲突或不是11位数字的号码:2");
+}
+
 TEST_F(Manager, FindGoesToTheNextUserOrEmployeeAndWraps) {
   open();
   EXPECT_EQ(window.findRow(u"王建国", 0), 1);

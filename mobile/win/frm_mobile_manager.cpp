@@ -86,7 +86,6 @@ class FrmMobileManager final : public Window, public mobile::MobileManagerView {
       case WM_INITDIALOG: {
         dpi_ = windowDpi(hwnd());
         createControls();
-        applyFont();
         RECT want{0, 0, scale(560, dpi_), scale(520, dpi_)};
         AdjustWindowRectEx(&want, static_cast<DWORD>(GetWindowLongPtrW(hwnd(), GWL_STYLE)), FALSE,
                            static_cast<DWORD>(GetWindowLongPtrW(hwnd(), GWL_EXSTYLE)));
@@ -94,6 +93,8 @@ class FrmMobileManager final : public Window, public mobile::MobileManagerView {
         SetWindowPos(hwnd(), nullptr, (GetSystemMetrics(SM_CXSCREEN) - w) / 2, (GetSystemMetrics(SM_CYSCREEN) - h) / 2,
                      w, h, SWP_NOZORDER | SWP_NOACTIVATE);
         presenter_.formLoad();
+        // Once, after the load: the host's form-font service chooses the face, and
+        // every font made before would be thrown away unseen.
         applyFont();
         layout();
         SetFocus(gridControl_.hwnd());

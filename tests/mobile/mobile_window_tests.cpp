@@ -296,6 +296,27 @@ int32_t rowOf(HWND grid, const ustring& user) {
     if (cellText(grid, r, 1) == user) return r;
   return 0;
 }
+// The text of the grid's tool tip over a cell, after the mouse moved there
+// (the tool tip is made on the first move); "" without one.
+ustring tipOver(HWND grid, int32_t row, int32_t col) {
+  const RECT at = cell(grid, row, col).rect;
+  SendMessageW(grid, WM_MOUSEMOVE, 0, MAKELPARAM((at.left + at.right) / 2, (at.top + at.bottom) / 2));
+  for (HWND tip : lumo::test::threadWindowsOfClass(TOOLTIPS_CLASSW)) {
+    // A pop-up made over a child is owned by the child's window.
+    if (GetWindow(tip, GW_OWNER) != GetAncestor(grid, GA_ROOT) || SendMessageW(tip, TTM_GETTOOLCOUNT, 0, 0) != 1)
+      continue;
+    wchar_t text[256] = L"";
+    TTTOOLINFOW ti{};
+    ti.cbSize = sizeof ti;
+    ti.hwnd = grid;
+    ti.uId = reinterpret_cast<UINT_PTR>(grid);
+    ti.lpszText = text;
+    SendMessageW(tip, TTM_GETTEXTW, 256, reinterpret_cast<LPARAM>(&ti));
+    return u16(text);
+  }
+  return {};
+}
+
 // A click in the middle of a cell in sight.
 void clickCell(HWND grid, int32_t row, int32_t col) {
   const RECT r = cell(grid, row, col).rect;
@@ -334,7 +355,7 @@ TEST_F(MobileWindow, TableBindsThroughThePickerCopiesEditsCutsToElevenAndListsTh
     GridCellQuery unbound;
     ustring boundEmp, boundMobile, first, second, liXiuYing;
     bool conflictMarked = false;
-    ustring failure;
+    ustring conflictTip, failure;
   } seen;
   HWND w = nullptr, grid = nullptr;
   d.then("the table", [&] {
@@ -394,6 +415,7 @@ TEST_F(MobileWindow, TableBindsThroughThePickerCopiesEditsCutsToElevenAndListsTh
     const int32_t r = rowOf(grid, u"李秀英");
     seen.liXiuYing = cellText(grid, r, 3);
     seen.conflictMarked = cell(grid, r, 3).marked;
+    seen.conflictTip = tipOver(grid, r, 3);
     click(w, mobile_manager::idSave);
   });
   d.then("the list of refused numbers", [&] {
@@ -420,6 +442,7 @@ TEST_F(MobileWindow, TableBindsThroughThePickerCopiesEditsCutsToElevenAndListsTh
   EXPECT_EQ(seen.second, u"13900000001");
   EXPECT_EQ(seen.liXiuYing, u"13501080022");
   EXPECT_TRUE(seen.conflictMarked);
+  EXPECT_EQ(seen.conflictTip, u"该号码也属于职员:梁宇,钱进");
   EXPECT_EQ(seen.failure, u"职员:[李秀英]手机号码保存失败,已有职员存在手机号码[13501080022]");
   EXPECT_EQ(mobileOf(1001), Variant(u"13900000001"));
   EXPECT_EQ(mobileOf(1002), Variant(u"13901010002"));

@@ -9,6 +9,16 @@
 namespace lumo::ui {
 namespace {
 
+// Columns of n empty texts, each styled as given.
+std::vector<EditGrid::ColumnFill> blank(int32_t cols, int32_t rows, EditGrid::CellStyle style = {}) {
+  std::vector<EditGrid::ColumnFill> out(static_cast<std::size_t>(cols));
+  for (auto& c : out) {
+    c.texts.assign(static_cast<std::size_t>(rows), ustring());
+    c.style = style;
+  }
+  return out;
+}
+
 struct Recorder : GridObserver {
   int resets = 0, moves = 0, edits = 0;
   std::vector<std::pair<int32_t, int32_t>> cells;
@@ -23,7 +33,7 @@ class Grid : public ::testing::Test {
   Grid() {
     g.setObserver(&seen);
     g.setCols(3);
-    g.setRows(4);
+    g.fill(blank(3, 4));
     g.setChangeHandler([this](int32_t r, int32_t c) { changes.emplace_back(r, c); });
     g.setClickHandler([this](int32_t r, int32_t c) { clicks.emplace_back(r, c); });
   }
@@ -56,14 +66,98 @@ TEST_F(Grid, CellsOutsideTheGridRaiseFive) {
   EXPECT_EQ(g.text(0, 1), u"用户");
 }
 
-TEST_F(Grid, ResizingKeepsWhatRemains) {
+TEST_F(Grid, AddingColumnsKeepsWhatRemains) {
   g.setText(2, 3, u"x");
   g.setLocked(2, 3, true);
-  g.setRows(10);
   g.setCols(4);
   EXPECT_EQ(g.text(2, 3), u"x");
   EXPECT_TRUE(g.locked(2, 3));
-  EXPECT_EQ(g.text(10, 4), u"");
+  EXPECT_EQ(g.text(4, 4), u"");
+  EXPECT_FALSE(g.locked(4, 4));
+  g.setCols(2);
+  EXPECT_THROW(g.text(2, 3), Error);
+}
+
+TEST_F(Grid, AFillReplacesEveryRowAndKeepsTheHeader) {
+  g.setText(0, 2, u"职员");
+  g.setText(3, 2, u"old");
+  auto columns = blank(3, 6);
+  columns[1].texts = {u"a", u"b", u"c", u"d", u"e", u"f"};
+  g.fill(std::move(columns));
+  EXPECT_EQ(g.rows(), 6);
+  EXPECT_EQ(g.text(0, 2), u"职员");
+  EXPECT_EQ(g.text(1, 2), u"a");
+  EXPECT_EQ(g.text(3, 2), u"c");
+  EXPECT_EQ(g.text(6, 2), u"f");
+  EXPECT_EQ(g.text(6, 3), u"");
+  EXPECT_THROW(g.text(7, 1), Error);
+}
+
+TEST_F(Grid, AFillStylesEveryCellAsItsColumnAndClearsMarks) {
+  g.setMark(2, 1, true, u"tip");
+  g.setForeColor(2, 3, rgb(200, 0, 0));
+  g.setMark(0, 1, true, u"header");
+  auto columns = blank(3, 3);
+  columns[0].style = {true, rgb(217, 217, 210), kBlack};
+  columns[2].style = {false, kWhite, rgb(0, 0, 255)};
+  g.fill(std::move(columns));
+  for (int32_t r = 1; r <= 3; ++r) {
+    EXPECT_TRUE(g.locked(r, 1));
+    EXPECT_EQ(g.backColor(r, 1), rgb(217, 217, 210));
+    EXPECT_FALSE(g.marked(r, 1));
+    EXPECT_EQ(g.toolTip(r, 1), u"");
+    EXPECT_FALSE(g.locked(r, 2));
+    EXPECT_EQ(g.backColor(r, 2), kWhite);
+    EXPECT_EQ(g.foreColor(r, 3), rgb(0, 0, 255));
+  }
+  EXPECT_FALSE(g.locked(0, 1));  // the header keeps its own state
+  EXPECT_EQ(g.toolTip(0, 1), u"header");
+}
+
+TEST_F(Grid, ACellSetAfterAFillStandsOutFromItsColumn) {
+  g.fill(blank(3, 3, {true, rgb(1, 2, 3), kBlack}));
+  g.setLocked(2, 2, false);
+  g.setBackColor(2, 2, kWhite);
+  EXPECT_FALSE(g.locked(2, 2));
+  EXPECT_EQ(g.backColor(2, 2), kWhite);
+  EXPECT_TRUE(g.locked(1, 2));
+  EXPECT_TRUE(g.locked(3, 2));
+  EXPECT_EQ(g.backColor(3, 2), rgb(1, 2, 3));
+}
+
+TEST_F(Grid, AFillOfAnotherShapeRaisesFiveAndChangesNothing) {
+  g.setText(1, 1, u"keep");
+  EXPECT_THROW(g.fill(blank(2, 4)), Error);
+  auto ragged = blank(3, 4);
+  ragged[2].texts.pop_back();
+  EXPECT_THROW(g.fill(std::move(ragged)), Error);
+  EXPECT_EQ(g.rows(), 4);
+  EXPECT_EQ(g.text(1, 1), u"keep");
+}
+
+TEST_F(Grid, AFillEndsAnEditAndDrawsOnceWithoutCellEvents) {
+  g.beginEdit(u"9");
+  const int resets = seen.resets;
+  g.fill(blank(3, 1000));
+  EXPECT_FALSE(g.editing());
+  EXPECT_TRUE(changes.empty());
+  EXPECT_TRUE(seen.cells.empty());
+  EXPECT_EQ(seen.resets, resets + 1);
+  g.setRedraw(false);
+  g.fill(blank(3, 10));
+  EXPECT_EQ(seen.resets, resets + 1);
+}
+
+TEST_F(Grid, AFillKeepsTheActiveCellInsideTheRows) {
+  g.setActive(4, 3);
+  g.fill(blank(3, 2));
+  EXPECT_EQ(g.activeRow(), 2);
+  EXPECT_EQ(g.activeCol(), 3);
+  g.fill(blank(3, 0));
+  EXPECT_EQ(g.rows(), 0);
+  EXPECT_EQ(g.activeRow(), 0);
+  g.fill(blank(3, 5));
+  EXPECT_EQ(g.activeRow(), 1);
 }
 
 TEST_F(Grid, ALockedCellIsNotEdited) {
@@ -132,7 +226,7 @@ TEST_F(Grid, TheActiveCellStaysInsideTheGrid) {
   g.moveActive(100, 100);
   EXPECT_EQ(g.activeRow(), 4);
   EXPECT_EQ(g.activeCol(), 3);
-  g.setRows(2);
+  g.fill(blank(3, 2));
   EXPECT_EQ(g.activeRow(), 2);
 }
 
