@@ -621,25 +621,28 @@ void ServiceManagerPresenter::switchSelected(bool on) {
       if (selectedNode != kNoNode) nodeClick(selectedNode);
     }
 
-    // One audit record per switched row, ordinary rows first.
+    // One audit record per switched row, ordinary rows first. Each text is looked
+    // up once for the batch, not once per row.
     auto records = std::make_shared<Collection>();
-    const char16_t* desc = on ? kind_.auditOn : kind_.auditOff;
+    records->reserve(ordinaryNames.size() + workflowNames.size());
+    const ustring desc = loadVtString(on ? kind_.auditOn : kind_.auditOff);
     for (const auto* names : {&ordinaryNames, &workflowNames})
       for (const ustring& name : *names) {
         const ustring key = toText(static_cast<long long>(records->count() + 1));
         records->add(
-            Variant(makeBatchAuditRecord(kSwitchAuditCode, formatResString(desc, {name}), machineName_, ipAddress_)),
+            Variant(makeBatchAuditRecord(kSwitchAuditCode, replacePlaceholders(desc, {name}), machineName_, ipAddress_)),
             &key);
       }
     writeBatchLog(records);
 
     auto lines = std::make_shared<Collection>();
-    for (const ustring& name : ordinaryNames)
-      lines->add(formatResString(on ? kind_.switchedOn : kind_.switchedOff, kind_.calls->resultArgs(*this, name)));
-    for (const ustring& name : workflowNames)
-      lines->add(formatResString(on ? kind_.switchedOn : kind_.switchedOff, kind_.calls->resultArgs(*this, name)));
+    lines->reserve(ordinaryNames.size() + workflowNames.size() + refusedNames.size());
+    const ustring switched = loadVtString(on ? kind_.switchedOn : kind_.switchedOff);
+    const ustring refused = loadVtString(on ? kind_.refusedOn : kind_.refusedOff);
+    for (const auto* names : {&ordinaryNames, &workflowNames})
+      for (const ustring& name : *names) lines->add(replacePlaceholders(switched, kind_.calls->resultArgs(*this, name)));
     for (const ustring& name : refusedNames)
-      lines->add(formatResString(on ? kind_.refusedOn : kind_.refusedOff, kind_.calls->resultArgs(*this, name)));
+      lines->add(replacePlaceholders(refused, kind_.calls->resultArgs(*this, name)));
     showList(loadVtString(u"显示信息") + u"|", lines);
   });
 }

@@ -14,7 +14,8 @@
 //               until the window and its result list are drawn
 //               raw: the records built and handed to BillUseOperate and
 //               BillOrnUseOperate, the list read again, the batch audit written,
-//               the result lines put into a bare owner-data list view, drawn
+//               the result lines put into the owner-data list view of a new bare
+//               top-level window (the raw form of the result list window), drawn
 //
 //   notify_window_bench --half DB --full DB [--rounds N]
 //

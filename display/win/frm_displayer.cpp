@@ -531,12 +531,17 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
     lc.cx = 0;
     ListView_InsertColumn(list_, 0, &lc);
     syncColumns();
+    // The list takes its place before it learns its rows: moved from nothing to
+    // its size once it holds thousands of rows, it lays them all out again.
+    presenter_.layout();
     setListRowCount(presenter_.list().rowCount());
     setListCurrentRow(presenter_.list().currentRow());
   }
 
   void createMenus() {
-    // The bar belongs to the window from SetMenu on and goes with it.
+    // The bar belongs to the window from SetMenu on and goes with it. The items
+    // come with their texts and marks: set one by one afterwards, each would lay
+    // the bar out and draw it again.
     HMENU bar = CreateMenu();
     HMENU popup = nullptr;
     for (int i = 0; i < kDisplayMenuCount; ++i) {
@@ -545,10 +550,10 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
                        item == DisplayMenu::Help;
       MENUITEMINFOW mi{};
       mi.cbSize = sizeof mi;
-      mi.fMask = MIIM_ID | MIIM_STRING;
+      mi.fMask = MIIM_ID | MIIM_STRING | MIIM_STATE;
       mi.wID = static_cast<UINT>(kMenuIdBase + i);
-      std::wstring text = L"-";
-      mi.dwTypeData = text.data();
+      mi.dwTypeData = const_cast<wchar_t*>(wz(menuTexts_[static_cast<std::size_t>(i)]));
+      mi.fState = menuChecked_[static_cast<std::size_t>(i)] ? MFS_CHECKED : MFS_UNCHECKED;
       if (top) {
         popup = CreatePopupMenu();
         mi.fMask |= MIIM_SUBMENU;
@@ -559,7 +564,6 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
       }
     }
     SetMenu(hwnd(), bar);
-    for (int i = 0; i < kDisplayMenuCount; ++i) applyMenuItem(static_cast<DisplayMenu>(i));
   }
 
   void applyMenuItem(DisplayMenu item) {

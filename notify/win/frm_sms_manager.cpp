@@ -31,6 +31,8 @@ using namespace sms_manager;
 namespace {
 
 constexpr int kTwipsPerInch = 1440;
+// Up to this many selection marks change with the list drawing as it goes.
+constexpr std::size_t kFewMarks = 64;
 
 // The separator between the panels: a thin bar of our own class that reports the
 // drags of the left mouse button to its window.
@@ -150,6 +152,11 @@ class FrmSmsManager final : public Window, public notify::ServiceManagerView, pr
   }
   void setListRowCount(int32_t rows) override {
     if (!list_) return;
+    // The rows are new: the marks of the old ones go with them. An empty list
+    // drops them at once, where unmarking each row of thousands (select all,
+    // then Start) costs a step per row.
+    if (ListView_GetSelectedCount(list_) > 0 || ListView_GetNextItem(list_, -1, LVNI_FOCUSED) >= 0)
+      ListView_SetItemCountEx(list_, 0, LVSICF_NOSCROLL | LVSICF_NOINVALIDATEALL);
     ListView_SetItemCountEx(list_, std::max(0, rows - 1), LVSICF_NOSCROLL);
     InvalidateRect(list_, nullptr, TRUE);
   }
@@ -165,21 +172,28 @@ class FrmSmsManager final : public Window, public notify::ServiceManagerView, pr
   void setSelectedRows(const std::vector<int32_t>& rows) override {
     if (!list_) return;
     const int items = ListView_GetItemCount(list_);
-    // The marks change without a redraw per row; the list is drawn once after.
-    SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
+    const UINT marked = ListView_GetSelectedCount(list_);
+    // Many marks change without a redraw per row; the list is drawn once after.
+    // A few (the first row after a load) are drawn as they change: turning the
+    // redraw back on lays the whole list out again, which costs more than them.
     struct Redraw {
-      HWND list;
+      HWND list = nullptr;
       ~Redraw() {
+        if (!list) return;
         SendMessageW(list, WM_SETREDRAW, TRUE, 0);
         InvalidateRect(list, nullptr, FALSE);
       }
-    } redraw{list_};
+    } redraw;
+    if (rows.size() + marked > kFewMarks) {
+      SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
+      redraw.list = list_;
+    }
     // Every row at once is one call; otherwise the old marks go and the new come.
     if (!rows.empty() && static_cast<int>(rows.size()) == items) {
       ListView_SetItemState(list_, -1, LVIS_SELECTED, LVIS_SELECTED);
       return;
     }
-    if (ListView_GetSelectedCount(list_) > 0) ListView_SetItemState(list_, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
+    if (marked > 0) ListView_SetItemState(list_, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
     for (int32_t r : rows)
       if (r >= 2 && r - 2 < items) ListView_SetItemState(list_, r - 2, LVIS_SELECTED, LVIS_SELECTED);
     if (!rows.empty() && rows.front() >= 2 && rows.front() - 2 < items) {
