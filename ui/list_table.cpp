@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cfloat>
 #include <charconv>
 #include <cstring>
 #include <limits>
@@ -14,7 +15,38 @@ namespace lumo::ui {
 
 int OrdinalCollation::compare(ustring_view a, ustring_view b) const { return a.compare(b); }
 
-bool numberCellValue(ustring_view s, double& value) {
+namespace {
+
+// Where doubles are divided as doubles, a decimal of up to 15 digits is one
+// division of two exact numbers, rounded once as a full reading would round it.
+// x87 arithmetic (the 32-bit build) rounds to 64 bits and then again to 53 and
+// may miss by a step: there the standard reading reads every number.
+#if defined(FLT_EVAL_METHOD) && FLT_EVAL_METHOD == 0
+constexpr bool kExactDivision = true;
+#else
+constexpr bool kExactDivision = false;
+#endif
+
+constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                              1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+// A number cell as read: its value and, for up to 15 digits, the exact decimal
+// it is (value = digits / 10^fraction, with the sign).
+struct NumberReading {
+  double value = 0;
+  bool exact = false;
+  int64_t digits = 0;
+  uint8_t fraction = 0;
+};
+
+double decimalValue(int64_t digits, uint8_t fraction) {
+  // Two numbers a double holds exactly: one division, which rounds as a full
+  // reading of the text would.
+  const double v = static_cast<double>(digits < 0 ? -digits : digits) / kPowers[fraction];
+  return digits < 0 ? -v : v;
+}
+
+bool readNumberCell(ustring_view s, NumberReading& out) {
   std::size_t i = leadingBlanks(s);
   const std::size_t end = s.size() - std::min(s.size(), trailingBlanks(s));
   if (i >= end) return false;
@@ -59,15 +91,16 @@ bool numberCellValue(ustring_view s, double& value) {
   }
   if (i != end || whole + fraction == 0) return false;
 
-  // Up to 15 digits and a power of ten a double holds exactly: one division of
-  // two exact numbers, which rounds as a full reading of the text would.
-  static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                       1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-  if (significant <= 15 && fraction <= 22) {
-    value = static_cast<double>(mantissa) / kPowers[fraction];
-    if (negative) value = -value;
+  if (kExactDivision && significant <= 15 && fraction <= 22) {
+    out.exact = true;
+    out.digits = negative ? -static_cast<int64_t>(mantissa) : static_cast<int64_t>(mantissa);
+    out.fraction = static_cast<uint8_t>(fraction);
+    const double v = static_cast<double>(mantissa) / kPowers[fraction];
+    out.value = negative ? -v : v;
     return true;
   }
+  out.exact = false;
+  double& value = out.value;
   // Longer numbers: the standard reading of sign, digits and point.
   std::string digits;
   digits.reserve(end - first + 1);
@@ -87,6 +120,15 @@ bool numberCellValue(ustring_view s, double& value) {
   return true;
 }
 
+}  // namespace
+
+bool numberCellValue(ustring_view cell, double& value) {
+  NumberReading reading;
+  if (!readNumberCell(cell, reading)) return false;
+  value = reading.value;
+  return true;
+}
+
 namespace {
 
 // The bits of a number as an unsigned integer that orders as the numbers do:
@@ -103,22 +145,80 @@ struct NumberKey {
   uint32_t index;
 };
 
+// The keys of a column of numbers. While every number is a decimal of up to 15
+// digits whose places after the point differ by at most three, each key holds
+// the number as a whole count of the smallest place (1.5 and 1.50 both 150
+// hundredths): amounts of money sort on three or four bytes instead of the
+// eight of a double. Any other number turns every key into its value's bits.
+class NumberKeys {
+ public:
+  explicit NumberKeys(std::size_t room) { keys_.reserve(room); }
+  void add(const NumberReading& n, uint32_t index) {
+    if (decimals_ && n.exact) {
+      keys_.push_back(NumberKey{static_cast<uint64_t>(n.digits), index});
+      fractions_.push_back(n.fraction);
+      least_ = std::min(least_, n.fraction);
+      most_ = std::max(most_, n.fraction);
+      if (most_ - least_ > 3) toValues();
+      return;
+    }
+    if (decimals_) toValues();
+    keys_.push_back(NumberKey{orderedBits(n.value), index});
+  }
+  // The keys in order: going down is going up on the flipped bits, so that
+  // equal numbers still keep their order.
+  std::vector<NumberKey>& sorted(bool descending) {
+    if (decimals_) {
+      constexpr int64_t kScale[] = {1, 10, 100, 1000};
+      for (std::size_t i = 0; i < keys_.size(); ++i) {
+        // Below 10^15 times 1000: no overflow.
+        const int64_t whole = static_cast<int64_t>(keys_[i].bits) * kScale[most_ - fractions_[i]];
+        keys_[i].bits = static_cast<uint64_t>(whole) ^ (uint64_t{1} << 63);
+      }
+    }
+    if (descending)
+      for (NumberKey& k : keys_) k.bits = ~k.bits;
+    sortByBits(keys_);
+    return keys_;
+  }
+
+ private:
+  void toValues() {
+    for (std::size_t i = 0; i < fractions_.size(); ++i)
+      keys_[i].bits = orderedBits(decimalValue(static_cast<int64_t>(keys_[i].bits), fractions_[i]));
+    decimals_ = false;
+    fractions_ = {};
+  }
+  static void sortByBits(std::vector<NumberKey>& keys);
+
+  std::vector<NumberKey> keys_;
+  std::vector<uint8_t> fractions_;  // of each key, while they are decimals
+  bool decimals_ = true;
+  uint8_t least_ = UINT8_MAX, most_ = 0;
+};
+
 // A stable sort of the keys on their bits, a byte at a time from the lowest
-// (least significant digit first): eight passes over the keys whatever their
-// number, no comparison at all. A byte every key shares is skipped.
-void sortByBits(std::vector<NumberKey>& keys) {
+// (least significant digit first): a pass over the keys for each byte in which
+// they differ, at most eight whatever their number, no comparison at all.
+void NumberKeys::sortByBits(std::vector<NumberKey>& keys) {
   const std::size_t n = keys.size();
   if (n < 2) return;
+  uint64_t differ = 0;
+  for (const NumberKey& k : keys) differ |= k.bits ^ keys[0].bits;
+  int bytes[8];
+  int used = 0;
+  for (int d = 0; d < 8; ++d)
+    if (((differ >> (8 * d)) & 0xFF) != 0) bytes[used++] = d;
   std::array<std::array<uint32_t, 256>, 8> counts{};
   for (const NumberKey& k : keys)
-    for (std::size_t d = 0; d < 8; ++d) ++counts[d][(k.bits >> (8 * d)) & 0xFF];
-  std::vector<NumberKey> moved(n);
-  for (std::size_t d = 0; d < 8; ++d) {
-    std::array<uint32_t, 256>& at = counts[d];
-    if (at[(keys[0].bits >> (8 * d)) & 0xFF] == n) continue;
+    for (int u = 0; u < used; ++u) ++counts[u][(k.bits >> (8 * bytes[u])) & 0xFF];
+  std::vector<NumberKey> moved(used > 0 ? n : 0);
+  for (int u = 0; u < used; ++u) {
+    std::array<uint32_t, 256>& at = counts[u];
+    const int shift = 8 * bytes[u];
     uint32_t sum = 0;
     for (uint32_t& c : at) sum += std::exchange(c, sum);
-    for (const NumberKey& k : keys) moved[at[(k.bits >> (8 * d)) & 0xFF]++] = k;
+    for (const NumberKey& k : keys) moved[at[(k.bits >> shift) & 0xFF]++] = k;
     keys.swap(moved);
   }
 }
@@ -131,30 +231,26 @@ std::vector<uint32_t> sortOrder(std::span<const ustring_view> cells, SortKind ki
   // sort), texts, empty cells. The groups sort on their own and follow each
   // other: numbers before texts going up, texts before numbers going down,
   // empty cells last either way in the order they came.
-  std::vector<NumberKey> numbers;
+  NumberKeys numbers(kind == SortKind::Number ? cells.size() : 0);
   struct TextKey {
     ustring_view cell;
     uint32_t index;
   };
   std::vector<TextKey> texts;
   std::vector<uint32_t> empty;
-  if (kind == SortKind::Number) numbers.reserve(cells.size());
-  else texts.reserve(cells.size());
+  if (kind == SortKind::Text) texts.reserve(cells.size());
   for (std::size_t i = 0; i < cells.size(); ++i) {
     const auto index = static_cast<uint32_t>(i);
-    double value = 0;
+    NumberReading number;
     if (cells[i].empty()) {
       empty.push_back(index);
-    } else if (kind == SortKind::Number && numberCellValue(cells[i], value)) {
-      // Going down is going up on the flipped bits: equal numbers still keep
-      // their order.
-      const uint64_t bits = orderedBits(value);
-      numbers.push_back(NumberKey{descending ? ~bits : bits, index});
+    } else if (kind == SortKind::Number && readNumberCell(cells[i], number)) {
+      numbers.add(number, index);
     } else {
       texts.push_back(TextKey{cells[i], index});
     }
   }
-  sortByBits(numbers);
+  const std::vector<NumberKey>& sortedNumbers = numbers.sorted(descending);
   std::stable_sort(texts.begin(), texts.end(), [&](const TextKey& a, const TextKey& b) {
     const int c = collation.compare(a.cell, b.cell);
     return descending ? c > 0 : c < 0;
@@ -163,7 +259,7 @@ std::vector<uint32_t> sortOrder(std::span<const ustring_view> cells, SortKind ki
   std::vector<uint32_t> order;
   order.reserve(cells.size());
   auto putNumbers = [&] {
-    for (const NumberKey& k : numbers) order.push_back(k.index);
+    for (const NumberKey& k : sortedNumbers) order.push_back(k.index);
   };
   auto putTexts = [&] {
     for (const TextKey& k : texts) order.push_back(k.index);

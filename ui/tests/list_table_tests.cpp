@@ -203,6 +203,40 @@ TEST(SortOrder, ARandomColumnSortsAsAStableComparisonSortWouldInBothDirections) 
   }
 }
 
+// Random decimals with 'places' digits at most after the point, some negative.
+std::vector<ustring> randomDecimals(std::mt19937& rng, int count, unsigned places) {
+  std::vector<ustring> cells;
+  for (int i = 0; i < count; ++i) {
+    ustring cell = toText(static_cast<long long>(rng() % 2000) - 1000);
+    const unsigned after = rng() % (places + 1);
+    if (after > 0) cell += u".";
+    for (unsigned d = 0; d < after; ++d) cell.push_back(static_cast<char16_t>(u'0' + rng() % 10));
+    cells.push_back(cell);
+  }
+  return cells;
+}
+
+TEST(SortOrder, AmountsWithAFewPlacesSortAsTheirValuesDo) {
+  std::mt19937 rng(13);
+  std::vector<ustring> cells = randomDecimals(rng, 4000, 3);
+  cells.push_back(u"-0");
+  cells.push_back(u"0.000");
+  cells.push_back(u"12.5");
+  cells.push_back(u"12.500");
+  std::vector<ustring_view> views(cells.begin(), cells.end());
+  for (const bool descending : {false, true})
+    EXPECT_EQ(sortOrder(views, SortKind::Number, descending, OrdinalCollation()), referenceOrder(cells, descending));
+}
+
+TEST(SortOrder, NumbersWithManyDifferentPlacesSortAsTheirValuesDo) {
+  // Places from none to seven: the keys turn from decimals into values midway.
+  std::mt19937 rng(17);
+  std::vector<ustring> cells = randomDecimals(rng, 4000, 7);
+  std::vector<ustring_view> views(cells.begin(), cells.end());
+  for (const bool descending : {false, true})
+    EXPECT_EQ(sortOrder(views, SortKind::Number, descending, OrdinalCollation()), referenceOrder(cells, descending));
+}
+
 // ---- finding -----------------------------------------------------------------------------
 
 Rows staff() {
