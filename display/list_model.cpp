@@ -186,8 +186,8 @@ const ustring& ListModel::joinedCells(int32_t row, ustring& scratch) const {
 }
 
 void ListModel::willRead(int32_t row) const {
-  // In two steps: the entry of a row further on, and the text of this one,
-  // whose entry an earlier call has fetched.
+  // In two steps: the entry of a row further down, and the text of this one,
+  // whose entry an earlier call of the walk has fetched.
   if (row >= 1) rows_->prefetch(static_cast<std::size_t>(row) + kReadAhead);
   if (row < 1 || static_cast<std::size_t>(row) > rows_->count()) return;
   const Variant& entry = rows_->item(static_cast<std::size_t>(row));
@@ -225,14 +225,12 @@ bool ListModel::sortBy(int32_t c, bool descending, const ui::Collation& collatio
   made.clear();
   rows_->reorder(order);
 
-  if (cells_.empty()) {
-    // Only the current row has to be followed: found where its entry went.
-    if (currentRow_ >= 1 && static_cast<std::size_t>(currentRow_) <= m) {
-      const auto was = static_cast<uint32_t>(currentRow_ - 1);
-      currentRow_ = static_cast<int32_t>(std::find(order.begin(), order.end(), was) - order.begin()) + 1;
-    }
-    return true;
+  // The current row follows its entry.
+  if (currentRow_ >= 1 && static_cast<std::size_t>(currentRow_) <= m) {
+    const auto was = static_cast<uint32_t>(currentRow_ - 1);
+    currentRow_ = static_cast<int32_t>(std::find(order.begin(), order.end(), was) - order.begin()) + 1;
   }
+  if (cells_.empty()) return true;
   // Where each row went: the written cells move with their rows.
   std::vector<int32_t> target(m + 1, 0);
   for (std::size_t p = 0; p < m; ++p) target[order[p] + 1] = static_cast<int32_t>(p + 1);
@@ -245,7 +243,6 @@ bool ListModel::sortBy(int32_t c, bool descending, const ui::Collation& collatio
   std::unordered_set<int32_t> rows2;
   for (int32_t row : rowsWritten_) rows2.insert(moved(row));
   rowsWritten_ = std::move(rows2);
-  currentRow_ = moved(currentRow_);
   return true;
 }
 

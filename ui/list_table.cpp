@@ -39,11 +39,11 @@ struct NumberReading {
   uint8_t fraction = 0;
 };
 
-double decimalValue(int64_t digits, uint8_t fraction) {
-  // Two numbers a double holds exactly: one division, which rounds as a full
-  // reading of the text would.
-  const double v = static_cast<double>(digits < 0 ? -digits : digits) / kPowers[fraction];
-  return digits < 0 ? -v : v;
+// The value of a decimal of up to 15 digits: two numbers a double holds
+// exactly, one division.
+double decimalValue(uint64_t magnitude, bool negative, uint8_t fraction) {
+  const double v = static_cast<double>(magnitude) / kPowers[fraction];
+  return negative ? -v : v;
 }
 
 bool readNumberCell(ustring_view s, NumberReading& out) {
@@ -95,20 +95,19 @@ bool readNumberCell(ustring_view s, NumberReading& out) {
     out.exact = true;
     out.digits = negative ? -static_cast<int64_t>(mantissa) : static_cast<int64_t>(mantissa);
     out.fraction = static_cast<uint8_t>(fraction);
-    const double v = static_cast<double>(mantissa) / kPowers[fraction];
-    out.value = negative ? -v : v;
+    out.value = decimalValue(mantissa, negative, out.fraction);
     return true;
   }
   out.exact = false;
   double& value = out.value;
   // Longer numbers: the standard reading of sign, digits and point.
-  std::string digits;
-  digits.reserve(end - first + 1);
-  if (negative) digits.push_back('-');
+  std::string plain;
+  plain.reserve(end - first + 1);
+  if (negative) plain.push_back('-');
   for (std::size_t k = first; k < end; ++k)
-    if (s[k] != u',') digits.push_back(static_cast<char>(s[k]));
-  const char* from = digits.data();
-  const char* last = digits.data() + digits.size();
+    if (s[k] != u',') plain.push_back(static_cast<char>(s[k]));
+  const char* from = plain.data();
+  const char* last = plain.data() + plain.size();
   const auto [ptr, ec] = std::from_chars(from, last, value);
   if (ec == std::errc::result_out_of_range) {
     // More digits than a double holds: beyond its range, or below its smallest step.
@@ -184,8 +183,11 @@ class NumberKeys {
 
  private:
   void toValues() {
-    for (std::size_t i = 0; i < fractions_.size(); ++i)
-      keys_[i].bits = orderedBits(decimalValue(static_cast<int64_t>(keys_[i].bits), fractions_[i]));
+    for (std::size_t i = 0; i < fractions_.size(); ++i) {
+      const auto digits = static_cast<int64_t>(keys_[i].bits);
+      const uint64_t magnitude = digits < 0 ? 0 - static_cast<uint64_t>(digits) : static_cast<uint64_t>(digits);
+      keys_[i].bits = orderedBits(decimalValue(magnitude, digits < 0, fractions_[i]));
+    }
     decimals_ = false;
     fractions_ = {};
   }
@@ -292,7 +294,7 @@ int32_t findRow(const TableText& table, int32_t from, const FindRequest& request
   for (int32_t k = 0; k < last; ++k) {
     if (row > last) row = 1;
     if (row < 1) row = last;
-    table.willRead(request.down ? row + kReadAhead : row - kReadAhead);
+    if (request.down) table.willRead(row + kReadAhead);
     if (holds(row)) return row;
     row += request.down ? 1 : -1;
   }

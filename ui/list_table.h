@@ -22,7 +22,7 @@ class TableText {
   // The cells of a row, columns 1..columnCount joined by tabs (a missing cell is
   // empty). The result is either stored text or built in scratch.
   virtual const ustring& joinedCells(int32_t row, ustring& scratch) const = 0;
-  // A walk over the rows is about to read this one (which may lie outside the
+  // A walk down the rows is about to read this one (which may lie outside the
   // table): a table whose rows lie scattered in memory starts fetching it.
   virtual void willRead(int32_t row) const { (void)row; }
 };
