@@ -7,6 +7,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace lumo {
 
 ustring fromUtf8(std::string_view s) {
@@ -145,6 +149,7 @@ bool equalsNoCase(ustring_view a, ustring_view b) {
   return true;
 }
 
+#if !defined(__SSE2__)
 namespace {
 
 // A 64-bit word holds four units. After an exclusive or with the unit looked
@@ -161,25 +166,40 @@ uint64_t wordAt(const char16_t* p) {
 uint64_t zeroLanes(uint64_t v) { return ~(((v & kLaneLows) + kLaneLows) | v) & kLaneTops; }
 
 }  // namespace
+#endif
 
-std::size_t countOf(ustring_view s, char16_t unit) {
-  const uint64_t pattern = kLaneOnes * unit;
-  std::size_t n = 0, i = 0;
-  for (; i + 4 <= s.size(); i += 4) n += static_cast<std::size_t>(std::popcount(zeroLanes(wordAt(s.data() + i) ^ pattern)));
-  for (; i < s.size(); ++i) n += s[i] == unit;
-  return n;
-}
-
-bool holdsEither(ustring_view s, char16_t a, char16_t b) {
-  const uint64_t pa = kLaneOnes * a, pb = kLaneOnes * b;
+UnitScan scanUnits(ustring_view s, char16_t counted, char16_t a, char16_t b) {
+  UnitScan scan;
+  const char16_t* p = s.data();
   std::size_t i = 0;
-  for (; i + 4 <= s.size(); i += 4) {
-    const uint64_t word = wordAt(s.data() + i);
-    if ((zeroLanes(word ^ pa) | zeroLanes(word ^ pb)) != 0) return true;
+#if defined(__SSE2__)
+  // Eight units at a time; a matching lane sets two bits of the byte mask.
+  const __m128i pc = _mm_set1_epi16(static_cast<short>(counted)), pa = _mm_set1_epi16(static_cast<short>(a)),
+                pb = _mm_set1_epi16(static_cast<short>(b));
+  std::size_t countedBits = 0;
+  int either = 0;
+  for (; i + 8 <= s.size(); i += 8) {
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+    countedBits += static_cast<std::size_t>(std::popcount(static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(block, pc)))));
+    either |= _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(block, pa), _mm_cmpeq_epi16(block, pb)));
   }
-  for (; i < s.size(); ++i)
-    if (s[i] == a || s[i] == b) return true;
-  return false;
+  scan.count = countedBits / 2;
+  scan.either = either != 0;
+#else
+  const uint64_t pc = kLaneOnes * counted, pa = kLaneOnes * a, pb = kLaneOnes * b;
+  uint64_t either = 0;
+  for (; i + 4 <= s.size(); i += 4) {
+    const uint64_t word = wordAt(p + i);
+    scan.count += static_cast<std::size_t>(std::popcount(zeroLanes(word ^ pc)));
+    either |= zeroLanes(word ^ pa) | zeroLanes(word ^ pb);
+  }
+  scan.either = either != 0;
+#endif
+  for (; i < s.size(); ++i) {
+    scan.count += p[i] == counted;
+    scan.either = scan.either || p[i] == a || p[i] == b;
+  }
+  return scan;
 }
 
 std::size_t find(ustring_view hay, ustring_view needle, std::size_t from) {

@@ -38,11 +38,16 @@ bool equalsNoCase(ustring_view a, ustring_view b);
 std::size_t find(ustring_view hay, ustring_view needle, std::size_t from = 0);
 std::size_t findNoCase(ustring_view hay, ustring_view needle, std::size_t from = 0);
 inline bool contains(ustring_view hay, ustring_view needle) { return find(hay, needle) != ustring::npos; }
-// How many units of a text equal 'unit', and whether any equals a or b: rows
-// of a list are looked through for these on every copy and save, four units at
-// a time.
-std::size_t countOf(ustring_view s, char16_t unit);
-bool holdsEither(ustring_view s, char16_t a, char16_t b);
+// How many units of a text equal 'counted', and whether any equals a or b, in
+// one pass: rows of a list are looked through for their tabs and line breaks on
+// every copy and save, several units at a time.
+struct UnitScan {
+  std::size_t count = 0;
+  bool either = false;
+};
+UnitScan scanUnits(ustring_view s, char16_t counted, char16_t a, char16_t b);
+inline std::size_t countOf(ustring_view s, char16_t unit) { return scanUnits(s, unit, unit, unit).count; }
+inline bool holdsEither(ustring_view s, char16_t a, char16_t b) { return scanUnits(s, a, a, b).either; }
 bool startsWith(ustring_view s, ustring_view prefix);
 bool endsWith(ustring_view s, ustring_view suffix);
 

@@ -150,30 +150,28 @@ bool ListModel::setText(int32_t row, int32_t col, const ustring& value) {
   return true;
 }
 
+const ustring* ListModel::storedRow(int32_t row) const {
+  if (row < 1 || row >= rowCount_ || static_cast<std::size_t>(row) > rows_->count()) return nullptr;
+  if (!rowsWritten_.empty() && rowsWritten_.count(row) > 0) return nullptr;
+  const Variant& entry = rows_->item(static_cast<std::size_t>(row));
+  return entry.isString() ? &entry.rawString() : nullptr;
+}
+
 const ustring& ListModel::joinedCells(int32_t row, ustring& scratch) const {
   const int32_t n = columnCount();
   if (row < 0 || row >= rowCount_ || n == 0) {
     scratch.clear();
     return scratch;
   }
-  bool written = false;
-  if (row == 0) {
-    for (const ListColumn& c : columns_) written = written || c.hasTitle;
-  } else {
-    written = !rowsWritten_.empty() && rowsWritten_.count(row) > 0;
-  }
-  if (!written) {
-    const std::size_t tabs = static_cast<std::size_t>(n - 1);
-    if (row >= 1 && static_cast<std::size_t>(row) <= rows_->count()) {
-      const Variant& entry = rows_->item(static_cast<std::size_t>(row));
-      // Exactly n cells already: the stored text is the joined row.
-      if (entry.isString() && tabCount(entry.rawString()) == tabs) return entry.rawString();
-    } else if (row == 0) {
-      const ustring_view stored = storedCells(0, scratch);
-      if (tabCount(stored) == tabs) {
-        scratch.assign(stored.data(), stored.size());
-        return scratch;
-      }
+  // Exactly n cells already, none written over: the stored text is the joined row.
+  const std::size_t tabs = static_cast<std::size_t>(n - 1);
+  if (row >= 1) {
+    if (const ustring* stored = storedRow(row); stored && tabCount(*stored) == tabs) return *stored;
+  } else if (std::none_of(columns_.begin(), columns_.end(), [](const ListColumn& c) { return c.hasTitle; })) {
+    const ustring_view titles = storedCells(0, scratch);
+    if (tabCount(titles) == tabs) {
+      scratch.assign(titles.data(), titles.size());
+      return scratch;
     }
   }
   ustring joined;
@@ -188,10 +186,14 @@ const ustring& ListModel::joinedCells(int32_t row, ustring& scratch) const {
 void ListModel::willRead(int32_t row) const {
   // In two steps: the entry of a row further down, and the text of this one,
   // whose entry an earlier call of the walk has fetched.
-  if (row >= 1) rows_->prefetch(static_cast<std::size_t>(row) + kReadAhead);
+  willLocate(row + kReadAhead);
   if (row < 1 || static_cast<std::size_t>(row) > rows_->count()) return;
   const Variant& entry = rows_->item(static_cast<std::size_t>(row));
   if (entry.isString()) prefetchForRead(entry.rawString().data());
+}
+
+void ListModel::willLocate(int32_t row) const {
+  if (row >= 1) rows_->prefetch(static_cast<std::size_t>(row));
 }
 
 bool ListModel::sortBy(int32_t c, bool descending, const ui::Collation& collation) {

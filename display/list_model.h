@@ -84,8 +84,12 @@ class ListModel : public ui::TableText {
   // itself when that already holds exactly count cells and none was written
   // over, otherwise the joined text built in scratch (and returned from there).
   const ustring& joinedCells(int32_t row, ustring& scratch) const override;
-  // Starts fetching a row's stored text: after a sort the rows lie scattered.
+  // The row's entry when it is text and no cell of the row was written over.
+  const ustring* storedRow(int32_t row) const override;
+  // Start fetching a row's stored text, or only its entry: after a sort the
+  // rows lie scattered.
   void willRead(int32_t row) const override;
+  void willLocate(int32_t row) const override;
 
   // Forgets every written cell and column title (the shape stays).
   void clearCells();

@@ -351,37 +351,42 @@ CopyText::CopyText(const TableText& table, std::span<const RowRange> rows) {
     if (n > 0) count += static_cast<std::size_t>(n);
   }
   lines_.reserve(count);
-  ustring scratch;
-  std::vector<std::size_t> builtAt;  // lines whose text is in built_, in order
-  auto measure = [&](int32_t row) {
-    const ustring& cells = table.joinedCells(row, scratch);
-    const bool quoted = holdsLineBreak(cells);
-    size_ += (quoted ? quotedSize(cells) : cells.size()) + 2;
-    if (&cells == &scratch) {
-      // Built for this row only: kept until the text is written.
-      builtAt.push_back(lines_.size());
-      built_.push_back(std::move(scratch));
-      scratch.clear();
-      lines_.push_back(Line{{}, quoted});
-    } else {
-      lines_.push_back(Line{cells, quoted});
-    }
-  };
-  measure(0);
+  // Where each line's text is, without reading it.
+  lines_.push_back(Line{nullptr, 0, 0, false});
   for (const RowRange& r : rows)
     for (int32_t row = std::max(r.first, 1); row <= std::min(r.last, last); ++row) {
-      table.willRead(row + kReadAhead);
-      measure(row);
+      table.willLocate(row + kReadAhead);
+      const ustring* stored = table.storedRow(row);
+      lines_.push_back(Line{stored ? stored->data() : nullptr, stored ? stored->size() : 0, row, false});
     }
-  // built_ has stopped growing: its texts stay where they are now.
-  for (std::size_t k = 0; k < builtAt.size(); ++k) lines_[builtAt[k]].cells = built_[k];
+  // Then each text looked through once: its tabs say whether a stored row is
+  // its joined cells (otherwise they are joined after all), a line break that
+  // it is quoted.
+  const int64_t tabs = int64_t(table.columnCount()) - 1;
+  ustring scratch;
+  for (std::size_t k = 0; k < lines_.size(); ++k) {
+    if (k + kReadAhead < lines_.size()) prefetchForRead(lines_[k + kReadAhead].data);
+    Line& line = lines_[k];
+    UnitScan scan = scanUnits(ustring_view(line.data, line.size), u'\t', u'\r', u'\n');
+    if (!line.data || static_cast<int64_t>(scan.count) != tabs) {
+      const ustring& cells = table.joinedCells(line.row, scratch);
+      const ustring& kept = &cells == &scratch ? built_.emplace_back(std::move(scratch)) : cells;
+      scratch.clear();
+      line.data = kept.data();
+      line.size = kept.size();
+      scan = scanUnits(kept, u'\t', u'\r', u'\n');
+    }
+    line.quoted = scan.either;
+    size_ += (line.quoted ? quotedSize(ustring_view(line.data, line.size)) : line.size) + 2;
+  }
 }
 
 void CopyText::write(char16_t* out) const {
   for (std::size_t k = 0; k < lines_.size(); ++k) {
-    if (k + kReadAhead < lines_.size()) prefetchForRead(lines_[k + kReadAhead].cells.data());
+    if (k + kReadAhead < lines_.size()) prefetchForRead(lines_[k + kReadAhead].data);
     const Line& line = lines_[k];
-    out = line.quoted ? writeQuoted(out, line.cells) : std::copy(line.cells.begin(), line.cells.end(), out);
+    const ustring_view cells(line.data, line.size);
+    out = line.quoted ? writeQuoted(out, cells) : std::copy(cells.begin(), cells.end(), out);
     *out++ = u'\r';
     *out++ = u'\n';
   }

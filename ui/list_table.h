@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <span>
 #include <vector>
 
@@ -22,9 +23,19 @@ class TableText {
   // The cells of a row, columns 1..columnCount joined by tabs (a missing cell is
   // empty). The result is either stored text or built in scratch.
   virtual const ustring& joinedCells(int32_t row, ustring& scratch) const = 0;
+  // A data row's text as stored, which is its joined cells when it holds
+  // exactly columnCount cells; null when the row is to be read through
+  // joinedCells alone. Found without reading the text, so that a walk over many
+  // scattered rows can find them all first and then read them in a second walk.
+  virtual const ustring* storedRow(int32_t row) const {
+    (void)row;
+    return nullptr;
+  }
   // A walk down the rows is about to read this one (which may lie outside the
   // table): a table whose rows lie scattered in memory starts fetching it.
   virtual void willRead(int32_t row) const { (void)row; }
+  // The same for a walk that only locates the rows' stored texts (storedRow).
+  virtual void willLocate(int32_t row) const { (void)row; }
 };
 
 // ---- sorting ----------------------------------------------------------------------------
@@ -93,6 +104,10 @@ struct RowRange {
 // Measured first, then written straight where it goes (the clipboard's own
 // memory): a large table is not built twice. The lines are found once; the
 // table must not change until the text is written.
+//
+// After a sort the rows lie scattered in memory. Finding every line's text
+// first and looking the texts through afterwards keeps many fetches under way
+// in each walk, where one walk doing both waits for every row twice.
 class CopyText {
  public:
   CopyText(const TableText& table, std::span<const RowRange> rows);
@@ -103,11 +118,13 @@ class CopyText {
 
  private:
   struct Line {
-    ustring_view cells;  // the row's stored text, or one of built_
-    bool quoted;         // a cell holds a line break
+    const char16_t* data;  // the row's stored text, or one of built_; null until found
+    std::size_t size;
+    int32_t row;           // in the table
+    bool quoted;           // a cell holds a line break
   };
-  std::vector<Line> lines_;  // header first
-  std::vector<ustring> built_;  // lines that had to be joined
+  std::vector<Line> lines_;     // header first
+  std::deque<ustring> built_;   // lines that had to be joined; a deque keeps them in place
   std::size_t size_ = 0;
 };
 ustring copyText(const TableText& table, std::span<const RowRange> rows);

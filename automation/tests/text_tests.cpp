@@ -81,13 +81,13 @@ TEST(Text, DoubleTextIsShortest) {
   EXPECT_EQ(doubleToText(1e20), u"1E+20");
 }
 
-TEST(Text, CountOfAndHoldsEitherAgreeWithALookAtEveryUnit) {
-  // Texts of every length around the four units read at once, the units looked
+TEST(Text, UnitScansAgreeWithALookAtEveryUnit) {
+  // Texts of every length around the four or eight units read at once, the units looked
   // for at every place, and neighbours that differ from them in one bit.
   std::mt19937 rng(5);
   const char16_t alphabet[] = {u'\t', u'\r', u'\n', u'\x0b', u'\x08', u'\x0c', u'\x8009', u'\x0109', u'a', u'中', u'\0', u'\xffff'};
   for (int k = 0; k < 20000; ++k) {
-    ustring s(rng() % 23, u'x');
+    ustring s(rng() % 41, u'x');
     for (char16_t& c : s) c = alphabet[rng() % std::size(alphabet)];
     std::size_t tabs = 0;
     bool lineBreak = false;
@@ -97,6 +97,9 @@ TEST(Text, CountOfAndHoldsEitherAgreeWithALookAtEveryUnit) {
     }
     ASSERT_EQ(countOf(s, u'\t'), tabs);
     ASSERT_EQ(holdsEither(s, u'\r', u'\n'), lineBreak);
+    const UnitScan scan = scanUnits(s, u'\t', u'\r', u'\n');
+    ASSERT_EQ(scan.count, tabs);
+    ASSERT_EQ(scan.either, lineBreak);
   }
   EXPECT_EQ(countOf(u"", u'\t'), 0u);
   EXPECT_FALSE(holdsEither(u"", u'\r', u'\n'));

@@ -167,6 +167,18 @@ TEST(ListModel, JoinedCellsCutsPadsAndUsesWrittenCells) {
   EXPECT_EQ(m.joinedCells(3, scratch), u"\t\t");
 }
 
+TEST(ListModel, ACopyOfTheRowsHoldsWhatEachRowShows) {
+  ListModel m = filled();
+  m.rows()->add(Variant(int32_t(42)));
+  m.rows()->add(Variant(u"王\r\n五\t3"));
+  m.rows()->add(Variant(u"赵六\t7"));
+  m.setRowCount(7);  // one row more than there are entries
+  m.setText(5, 2, u"写");
+  const ui::RowRange all[] = {{1, 6}};
+  EXPECT_EQ(ui::copyText(m, all),
+            u"姓名\t金额\r\n张三\t12\r\n李四\t8\r\n42\t\r\n\"王\r\n五\"\t3\r\n赵六\t写\r\n\t\r\n");
+}
+
 TEST(ListModel, EntriesThatAreNotTextShowAsTheirText) {
   ListModel m;
   auto c = std::make_shared<Collection>();

@@ -13,10 +13,12 @@ using namespace lumo::ui;
 
 namespace {
 
-// A table of rows written as tab-separated texts; row 0 is the header.
+// A table of rows written as tab-separated texts; row 0 is the header. It hands
+// out its data rows' texts as stored unless told not to.
 class Rows final : public TableText {
  public:
-  Rows(int32_t columns, std::vector<ustring> rows) : columns_(columns), rows_(std::move(rows)) {}
+  Rows(int32_t columns, std::vector<ustring> rows, bool storesRows = true)
+      : columns_(columns), rows_(std::move(rows)), storesRows_(storesRows) {}
   int32_t rowCount() const override { return static_cast<int32_t>(rows_.size()); }
   int32_t columnCount() const override { return columns_; }
   const ustring& joinedCells(int32_t row, ustring& scratch) const override {
@@ -26,10 +28,14 @@ class Rows final : public TableText {
     for (auto t = tabs; t < columns_ - 1; ++t) scratch.push_back(u'\t');
     return scratch;
   }
+  const ustring* storedRow(int32_t row) const override {
+    return storesRows_ && row >= 1 && row < rowCount() ? &rows_[static_cast<std::size_t>(row)] : nullptr;
+  }
 
  private:
   int32_t columns_;
   std::vector<ustring> rows_;
+  bool storesRows_;
 };
 
 std::vector<ustring> sorted(std::vector<ustring> cells, SortKind kind, bool descending) {
@@ -316,6 +322,17 @@ TEST(CopyText, RowsOutsideTheDataAreLeftOut) {
   const RowRange rows[] = {{-3, 1}, {5, 99}, {4, 2}};
   EXPECT_EQ(copyText(staff(), rows), u"姓名\t部门\t备注\r\n张三\t销售部\tAlpha\r\n孙七\t\t\r\n");
   EXPECT_EQ(copyText(staff(), {}), u"姓名\t部门\t备注\r\n");
+}
+
+TEST(CopyText, StoredRowsAreCopiedAsTheirJoinedCellsWouldBe) {
+  // Rows with the right number of cells, short ones, line breaks, and a row
+  // with a cell too many (which the table's own joining keeps).
+  const std::vector<ustring> rows = {u"h1\th2\th3", u"a\tb\tc", u"short", u"x\ty\r\nz\t\"q\"",
+                                     u"1\t2\t3\t4", u"", u"\t\t"};
+  const RowRange all[] = {{1, 6}};
+  const ustring expected = u"h1\th2\th3\r\na\tb\tc\r\nshort\t\t\r\nx\t\"y\r\nz\"\t\"q\"\r\n1\t2\t3\t4\r\n\t\t\r\n\t\t\r\n";
+  EXPECT_EQ(copyText(Rows(3, rows, false), all), expected);
+  EXPECT_EQ(copyText(Rows(3, rows, true), all), expected);
 }
 
 TEST(CopyText, ACellWithALineBreakIsQuotedAndItsQuotesDoubled) {
