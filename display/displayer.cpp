@@ -278,7 +278,7 @@ void DisplayerPresenter::copy() {
   if (rows.empty()) return;
   // Another program holding the clipboard loses nothing: the selection stays
   // and the user copies again.
-  const ui::CopyText text(list_, rows);
+  const ui::CopyText text(list_, rows, view_.parallel());
   if (!view_.setClipboardText(text.size(), [&text](char16_t* out) { text.write(out); }))
     setRowsText(loadVtString(u"剪贴板正被其他程序使用，未能复制，请稍后再试"));
 }

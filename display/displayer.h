@@ -136,6 +136,8 @@ class DisplayerView {
   virtual void setListFont(const ListFont& font) = 0;
   // The order of texts in the user's language, for sorting.
   virtual const ui::Collation& collation() const = 0;
+  // Where the parts of a large copy run.
+  virtual const ui::Parallel& parallel() const = 0;
   // The selected data rows (list rows from 1), in order, as ranges.
   virtual std::vector<ui::RowRange> selectedRows() const = 0;
   // Selects every data row.

@@ -343,57 +343,101 @@ char16_t* writeQuoted(char16_t* out, ustring_view cells) {
 
 }  // namespace
 
-CopyText::CopyText(const TableText& table, std::span<const RowRange> rows) {
+namespace {
+
+// Fewer lines than this are not worth a thread.
+constexpr std::size_t kLinesPerPart = 1u << 15;
+
+}  // namespace
+
+CopyText::CopyText(const TableText& table, std::span<const RowRange> rows, const Parallel& parallel)
+    : parallel_(parallel) {
+  // The ranges cut to the data rows, each with the line it starts at.
+  struct Run {
+    int32_t first, last;
+    std::size_t line;
+  };
   const int32_t last = table.rowCount() - 1;
-  std::size_t count = 1;
+  std::vector<Run> runs;
+  lineCount_ = 1;
   for (const RowRange& r : rows) {
-    const int64_t n = int64_t(std::min(r.last, last)) - std::max(r.first, 1) + 1;
-    if (n > 0) count += static_cast<std::size_t>(n);
+    const Run run{std::max(r.first, 1), std::min(r.last, last), lineCount_};
+    if (run.first > run.last) continue;
+    runs.push_back(run);
+    lineCount_ += static_cast<std::size_t>(run.last - run.first) + 1;
   }
-  lines_.reserve(count);
-  // Where each line's text is, without reading it.
-  lines_.push_back(Line{nullptr, 0, 0, false});
-  for (const RowRange& r : rows)
-    for (int32_t row = std::max(r.first, 1); row <= std::min(r.last, last); ++row) {
-      table.willLocate(row + kReadAhead);
-      const ustring* stored = table.storedRow(row);
-      lines_.push_back(Line{stored ? stored->data() : nullptr, stored ? stored->size() : 0, row, false});
-    }
-  // Then each text looked through once: its tabs say whether a stored row is
-  // its joined cells (otherwise they are joined after all), a line break that
-  // it is quoted.
+  // Left as they come (no walk over them here): each part fills its own lines.
+  lines_.reset(new Line[lineCount_]);
+
+  const std::size_t partCount = std::clamp<std::size_t>(lineCount_ / kLinesPerPart, 1, parallel.width());
+  parts_.resize(partCount);
+  for (std::size_t p = 0; p < partCount; ++p) {
+    parts_[p].first = lineCount_ * p / partCount;
+    parts_[p].end = lineCount_ * (p + 1) / partCount;
+  }
   const int64_t tabs = int64_t(table.columnCount()) - 1;
+  auto measure = [](Line& line, const UnitScan& scan) {
+    line.quoted = scan.either;
+    return (line.quoted ? quotedSize(ustring_view(line.data, line.size)) : line.size) + 2;
+  };
+  parallel.run(partCount, [&](std::size_t p) {
+    Part& part = parts_[p];
+    // First where each line's text is, without reading it.
+    std::size_t k = part.first;
+    if (k == 0) lines_[k++] = Line{nullptr, 0, 0, false};  // the header, joined below
+    auto run = std::upper_bound(runs.begin(), runs.end(), k, [](std::size_t line, const Run& r) { return line < r.line; });
+    for (; k < part.end; ++run) {
+      const Run& r = *(run - 1);
+      for (int32_t row = r.first + static_cast<int32_t>(k - r.line); row <= r.last && k < part.end; ++row, ++k) {
+        table.willLocate(row + kReadAhead);
+        const ustring* stored = table.storedRow(row);
+        lines_[k] = Line{stored ? stored->data() : nullptr, stored ? stored->size() : 0, row, false};
+      }
+    }
+    // Then each text looked through once: its tabs say whether a stored row is
+    // its joined cells (otherwise the table joins them below), a line break
+    // that it is quoted.
+    for (k = part.first; k < part.end; ++k) {
+      if (k + kReadAhead < part.end) prefetchForRead(lines_[k + kReadAhead].data);
+      Line& line = lines_[k];
+      const UnitScan scan = scanUnits(ustring_view(line.data, line.size), u'\t', u'\r', u'\n');
+      if (line.data && static_cast<int64_t>(scan.count) == tabs) part.size += measure(line, scan);
+      else part.toJoin.push_back(k);
+    }
+  });
   ustring scratch;
-  for (std::size_t k = 0; k < lines_.size(); ++k) {
-    if (k + kReadAhead < lines_.size()) prefetchForRead(lines_[k + kReadAhead].data);
-    Line& line = lines_[k];
-    UnitScan scan = scanUnits(ustring_view(line.data, line.size), u'\t', u'\r', u'\n');
-    if (!line.data || static_cast<int64_t>(scan.count) != tabs) {
+  for (Part& part : parts_) {
+    for (std::size_t k : part.toJoin) {
+      Line& line = lines_[k];
       const ustring& cells = table.joinedCells(line.row, scratch);
       const ustring& kept = &cells == &scratch ? built_.emplace_back(std::move(scratch)) : cells;
       scratch.clear();
       line.data = kept.data();
       line.size = kept.size();
-      scan = scanUnits(kept, u'\t', u'\r', u'\n');
+      part.size += measure(line, scanUnits(kept, u'\t', u'\r', u'\n'));
     }
-    line.quoted = scan.either;
-    size_ += (line.quoted ? quotedSize(ustring_view(line.data, line.size)) : line.size) + 2;
+    part.offset = size_;
+    size_ += part.size;
   }
 }
 
 void CopyText::write(char16_t* out) const {
-  for (std::size_t k = 0; k < lines_.size(); ++k) {
-    if (k + kReadAhead < lines_.size()) prefetchForRead(lines_[k + kReadAhead].data);
-    const Line& line = lines_[k];
-    const ustring_view cells(line.data, line.size);
-    out = line.quoted ? writeQuoted(out, cells) : std::copy(cells.begin(), cells.end(), out);
-    *out++ = u'\r';
-    *out++ = u'\n';
-  }
+  parallel_.run(parts_.size(), [&](std::size_t p) {
+    const Part& part = parts_[p];
+    char16_t* o = out + part.offset;
+    for (std::size_t k = part.first; k < part.end; ++k) {
+      if (k + kReadAhead < part.end) prefetchForRead(lines_[k + kReadAhead].data);
+      const Line& line = lines_[k];
+      const ustring_view cells(line.data, line.size);
+      o = line.quoted ? writeQuoted(o, cells) : std::copy(cells.begin(), cells.end(), o);
+      *o++ = u'\r';
+      *o++ = u'\n';
+    }
+  });
 }
 
-ustring copyText(const TableText& table, std::span<const RowRange> rows) {
-  const CopyText text(table, rows);
+ustring copyText(const TableText& table, std::span<const RowRange> rows, const Parallel& parallel) {
+  const CopyText text(table, rows, parallel);
   ustring out(text.size(), u'\0');
   text.write(out.data());
   return out;

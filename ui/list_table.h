@@ -6,10 +6,12 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <span>
 #include <vector>
 
 #include "automation/text.h"
+#include "ui/parallel.h"
 
 namespace lumo::ui {
 
@@ -27,6 +29,8 @@ class TableText {
   // exactly columnCount cells; null when the row is to be read through
   // joinedCells alone. Found without reading the text, so that a walk over many
   // scattered rows can find them all first and then read them in a second walk.
+  // It and willLocate only read, and may be called from several threads at
+  // once while the table stays as it is.
   virtual const ustring* storedRow(int32_t row) const {
     (void)row;
     return nullptr;
@@ -107,10 +111,13 @@ struct RowRange {
 //
 // After a sort the rows lie scattered in memory. Finding every line's text
 // first and looking the texts through afterwards keeps many fetches under way
-// in each walk, where one walk doing both waits for every row twice.
+// in each walk, where one walk doing both waits for every row twice. A large
+// copy is cut into parts, one per processor the given Parallel has, which look
+// through and write their own lines; the table itself is read on the caller's
+// thread only, but for storedRow and willLocate, which the parts call at once.
 class CopyText {
  public:
-  CopyText(const TableText& table, std::span<const RowRange> rows);
+  CopyText(const TableText& table, std::span<const RowRange> rows, const Parallel& parallel = inTurn());
   // In UTF-16 units, without a terminating NUL.
   std::size_t size() const { return size_; }
   // Writes exactly size() units to out.
@@ -123,10 +130,18 @@ class CopyText {
     int32_t row;           // in the table
     bool quoted;           // a cell holds a line break
   };
-  std::vector<Line> lines_;     // header first
+  struct Part {
+    std::size_t first = 0, end = 0;  // its lines
+    std::size_t offset = 0, size = 0;  // where its text goes, and its length
+    std::vector<std::size_t> toJoin;   // lines whose cells must be joined by the table
+  };
+  std::unique_ptr<Line[]> lines_;  // header first
+  std::size_t lineCount_ = 0;
+  std::vector<Part> parts_;
   std::deque<ustring> built_;   // lines that had to be joined; a deque keeps them in place
   std::size_t size_ = 0;
+  const Parallel& parallel_;
 };
-ustring copyText(const TableText& table, std::span<const RowRange> rows);
+ustring copyText(const TableText& table, std::span<const RowRange> rows, const Parallel& parallel = inTurn());
 
 }  // namespace lumo::ui

@@ -101,6 +101,7 @@ class FakeView : public DisplayerView {
   ListFont listFont() const override { return font; }
   void setListFont(const ListFont& f) override;
   const ui::Collation& collation() const override { return *collationInUse; }
+  const ui::Parallel& parallel() const override { return ui::inTurn(); }
   std::vector<ui::RowRange> selectedRows() const override { return selection; }
   void selectAllRows() override;
   bool setClipboardText(std::size_t length, const std::function<void(char16_t*)>& write) override;

@@ -23,6 +23,7 @@
 #include "host/services.h"
 #include "win32/controls.h"
 #include "win32/list_view.h"
+#include "win32/parallel.h"
 #include "win32/window.h"
 
 namespace lumo::win32 {
@@ -258,6 +259,7 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
     applyFont();
   }
   const ui::Collation& collation() const override { return collation_; }
+  const ui::Parallel& parallel() const override { return parallel_; }
   std::vector<ui::RowRange> selectedRows() const override {
     std::vector<ui::RowRange> rows;
     if (!list_) return rows;
@@ -830,6 +832,7 @@ class FrmDisplayer final : public Window, public DisplayerView, public std::enab
   std::unique_ptr<FrmPreview> preview_;
   std::unique_ptr<FindDialog> findDialog_;
   UserCollation collation_;
+  ThreadParallel parallel_;
   ustring rowsText_;
   static constexpr UINT kLaterMessage = WM_APP + 1;
   unsigned pending_ = 0;  // Later flags posted and not yet run

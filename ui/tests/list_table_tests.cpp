@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <random>
 
+#include "tests/support/table_rows.h"
 #include "tests/support/text.h"
 #include "ui/list_table.h"
 
@@ -13,30 +14,7 @@ using namespace lumo::ui;
 
 namespace {
 
-// A table of rows written as tab-separated texts; row 0 is the header. It hands
-// out its data rows' texts as stored unless told not to.
-class Rows final : public TableText {
- public:
-  Rows(int32_t columns, std::vector<ustring> rows, bool storesRows = true)
-      : columns_(columns), rows_(std::move(rows)), storesRows_(storesRows) {}
-  int32_t rowCount() const override { return static_cast<int32_t>(rows_.size()); }
-  int32_t columnCount() const override { return columns_; }
-  const ustring& joinedCells(int32_t row, ustring& scratch) const override {
-    // Fewer cells than columns are filled up with empty ones, as the list does.
-    scratch = rows_[static_cast<std::size_t>(row)];
-    const auto tabs = std::count(scratch.begin(), scratch.end(), u'\t');
-    for (auto t = tabs; t < columns_ - 1; ++t) scratch.push_back(u'\t');
-    return scratch;
-  }
-  const ustring* storedRow(int32_t row) const override {
-    return storesRows_ && row >= 1 && row < rowCount() ? &rows_[static_cast<std::size_t>(row)] : nullptr;
-  }
-
- private:
-  int32_t columns_;
-  std::vector<ustring> rows_;
-  bool storesRows_;
-};
+using Rows = test::TableRows;
 
 std::vector<ustring> sorted(std::vector<ustring> cells, SortKind kind, bool descending) {
   std::vector<ustring_view> views(cells.begin(), cells.end());
@@ -333,6 +311,30 @@ TEST(CopyText, StoredRowsAreCopiedAsTheirJoinedCellsWouldBe) {
   const ustring expected = u"h1\th2\th3\r\na\tb\tc\r\nshort\t\t\r\nx\t\"y\r\nz\"\t\"q\"\r\n1\t2\t3\t4\r\n\t\t\r\n\t\t\r\n";
   EXPECT_EQ(copyText(Rows(3, rows, false), all), expected);
   EXPECT_EQ(copyText(Rows(3, rows, true), all), expected);
+}
+
+// Parts run backwards, as threads may finish in any order.
+class Backwards final : public Parallel {
+ public:
+  std::size_t width() const override { return 3; }
+  void run(std::size_t parts, const std::function<void(std::size_t)>& part) const override {
+    ran += parts;
+    for (std::size_t p = parts; p-- > 0;) part(p);
+  }
+  mutable std::size_t ran = 0;
+};
+
+TEST(CopyText, ALargeCopyInPartsIsTheSameText) {
+  const std::vector<ustring> rows = test::mixedRows(120000);
+  const Rows stored(3, rows, true), joined(3, rows, false);
+  const RowRange ranges[] = {{1, 50000}, {50002, 120000}};
+  const ustring inTurnText = copyText(joined, ranges);
+  Backwards backwards;
+  EXPECT_EQ(copyText(stored, ranges, backwards), inTurnText);
+  EXPECT_EQ(backwards.ran, 6u) << "three parts looked through, then three written";
+  EXPECT_EQ(copyText(stored, ranges), inTurnText);
+  const ustring start = u"h1\th2\th3\r\n张三0\t销售部\t0\r\nshort1\t\t\r\na\tb\tc\td2\r\nx\t\"y\r\nz\"\t\"q\"3\r\n\t\t\r\n";
+  EXPECT_EQ(inTurnText.substr(0, start.size()), start);
 }
 
 TEST(CopyText, ACellWithALineBreakIsQuotedAndItsQuotesDoubled) {
