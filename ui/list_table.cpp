@@ -15,6 +15,14 @@ namespace lumo::ui {
 
 int OrdinalCollation::compare(ustring_view a, ustring_view b) const { return a.compare(b); }
 
+bool OrdinalCollation::appendSortKey(ustring_view text, std::string& keys) const {
+  for (char16_t unit : text) {
+    keys.push_back(static_cast<char>(unit >> 8));
+    keys.push_back(static_cast<char>(unit & 0xFF));
+  }
+  return true;
+}
+
 namespace {
 
 // Where doubles are divided as doubles, a decimal of up to 15 digits is one
@@ -227,6 +235,62 @@ void NumberKeys::sortByBits(std::vector<NumberKey>& keys) {
 
 }  // namespace
 
+namespace {
+
+struct TextKey {
+  ustring_view cell;
+  uint32_t index;
+};
+
+// The first eight bytes of a key as one number, zeros after a shorter key: two
+// keys whose numbers differ are in the order of their numbers.
+uint64_t keyStart(std::string_view key) {
+  uint64_t start = 0;
+  for (std::size_t b = 0; b < 8; ++b)
+    start = (start << 8) | (b < key.size() ? static_cast<unsigned char>(key[b]) : 0u);
+  return start;
+}
+
+// Stable, in the collation's order. Through sort keys where the collation has
+// them for every text: each text is read once, where a comparison in pairs
+// would read it some twenty times over a million rows.
+void sortTexts(std::vector<TextKey>& texts, bool descending, const Collation& collation) {
+  std::string keys;
+  std::vector<std::size_t> ends;
+  ends.reserve(texts.size());
+  for (const TextKey& t : texts) {
+    if (!collation.appendSortKey(t.cell, keys)) break;
+    ends.push_back(keys.size());
+  }
+  if (ends.size() < texts.size()) {
+    std::stable_sort(texts.begin(), texts.end(), [&](const TextKey& a, const TextKey& b) {
+      const int c = collation.compare(a.cell, b.cell);
+      return descending ? c > 0 : c < 0;
+    });
+    return;
+  }
+  struct Keyed {
+    uint64_t start;
+    std::string_view key;
+    TextKey text;
+  };
+  std::vector<Keyed> keyed(texts.size());
+  for (std::size_t k = 0; k < texts.size(); ++k) {
+    const std::size_t begin = k == 0 ? 0 : ends[k - 1];
+    const std::string_view key(keys.data() + begin, ends[k] - begin);
+    keyed[k] = Keyed{keyStart(key), key, texts[k]};
+  }
+  auto less = [](const Keyed& a, const Keyed& b) {
+    if (a.start != b.start) return a.start < b.start;
+    return a.key.size() > 8 && b.key.size() > 8 ? a.key.substr(8) < b.key.substr(8) : a.key < b.key;
+  };
+  if (descending) std::stable_sort(keyed.begin(), keyed.end(), [&](const Keyed& a, const Keyed& b) { return less(b, a); });
+  else std::stable_sort(keyed.begin(), keyed.end(), less);
+  for (std::size_t k = 0; k < texts.size(); ++k) texts[k] = keyed[k].text;
+}
+
+}  // namespace
+
 std::vector<uint32_t> sortOrder(std::span<const ustring_view> cells, SortKind kind, bool descending,
                                 const Collation& collation) {
   // Each cell is looked at once and goes to its group: numbers (in a Number
@@ -234,10 +298,6 @@ std::vector<uint32_t> sortOrder(std::span<const ustring_view> cells, SortKind ki
   // other: numbers before texts going up, texts before numbers going down,
   // empty cells last either way in the order they came.
   NumberKeys numbers(kind == SortKind::Number ? cells.size() : 0);
-  struct TextKey {
-    ustring_view cell;
-    uint32_t index;
-  };
   std::vector<TextKey> texts;
   std::vector<uint32_t> empty;
   if (kind == SortKind::Text) texts.reserve(cells.size());
@@ -253,10 +313,7 @@ std::vector<uint32_t> sortOrder(std::span<const ustring_view> cells, SortKind ki
     }
   }
   const std::vector<NumberKey>& sortedNumbers = numbers.sorted(descending);
-  std::stable_sort(texts.begin(), texts.end(), [&](const TextKey& a, const TextKey& b) {
-    const int c = collation.compare(a.cell, b.cell);
-    return descending ? c > 0 : c < 0;
-  });
+  sortTexts(texts, descending, collation);
 
   std::vector<uint32_t> order;
   order.reserve(cells.size());

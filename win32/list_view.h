@@ -5,6 +5,9 @@
 #include <windows.h>
 #include <commctrl.h>
 
+#include <climits>
+#include <string>
+
 #include "ui/list_table.h"
 
 namespace lumo::win32 {
@@ -18,6 +21,29 @@ class UserCollation final : public ui::Collation {
                                   static_cast<int>(b.size()), nullptr, nullptr, 0);
     // A text the system cannot compare (too long for it) falls back on its code units.
     return r == 0 ? a.compare(b) : r - CSTR_EQUAL;
+  }
+  // The system's sort key, whose bytes order as CompareStringEx orders the texts
+  // (its final zero byte left out). A text the system has no key for (too long
+  // for it) sends the whole sort back to comparing pairs.
+  bool appendSortKey(ustring_view text, std::string& keys) const override {
+    if (text.empty() || text.size() > static_cast<std::size_t>(INT_MAX)) return false;
+    const auto* source = reinterpret_cast<const wchar_t*>(text.data());
+    const int length = static_cast<int>(text.size());
+    BYTE first[256];
+    int size = LCMapStringEx(LOCALE_NAME_USER_DEFAULT, LCMAP_SORTKEY, source, length, reinterpret_cast<LPWSTR>(first),
+                             sizeof first, nullptr, nullptr, 0);
+    if (size > 0) {
+      keys.append(reinterpret_cast<const char*>(first), static_cast<std::size_t>(size - 1));
+      return true;
+    }
+    size = LCMapStringEx(LOCALE_NAME_USER_DEFAULT, LCMAP_SORTKEY, source, length, nullptr, 0, nullptr, nullptr, 0);
+    if (size <= 0) return false;
+    std::string key(static_cast<std::size_t>(size), '\0');
+    size = LCMapStringEx(LOCALE_NAME_USER_DEFAULT, LCMAP_SORTKEY, source, length, reinterpret_cast<LPWSTR>(key.data()),
+                         size, nullptr, nullptr, 0);
+    if (size <= 0) return false;
+    keys.append(key.data(), static_cast<std::size_t>(size - 1));
+    return true;
   }
 };
 

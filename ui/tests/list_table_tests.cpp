@@ -187,6 +187,61 @@ TEST(SortOrder, ARandomColumnSortsAsAStableComparisonSortWouldInBothDirections) 
   }
 }
 
+// Texts with long common starts and units on both sides of every byte boundary.
+std::vector<ustring> randomTexts(std::mt19937& rng, int count) {
+  const char16_t units[] = {u'a', u'b', u'\x7f', u'\x80', u'\xff', u'\x100', u'中', u'\xffff', u'\x01'};
+  std::vector<ustring> cells;
+  for (int i = 0; i < count; ++i) {
+    ustring cell(static_cast<std::size_t>(rng() % 3) * 4, u'同');
+    for (unsigned k = rng() % 12; k > 0; --k) cell.push_back(units[rng() % std::size(units)]);
+    cells.push_back(cell);
+  }
+  return cells;
+}
+
+// The code units' order, compared in pairs only.
+class PairsOnly final : public Collation {
+ public:
+  int compare(ustring_view a, ustring_view b) const override { return a.compare(b); }
+};
+
+TEST(SortOrder, TextsSortThroughTheirKeysAsThroughComparingPairs) {
+  std::mt19937 rng(23);
+  const std::vector<ustring> cells = randomTexts(rng, 6000);
+  std::vector<ustring_view> views(cells.begin(), cells.end());
+  for (const bool descending : {false, true}) {
+    std::vector<uint32_t> expected(cells.size());
+    for (uint32_t i = 0; i < expected.size(); ++i) expected[i] = i;
+    std::stable_sort(expected.begin(), expected.end(), [&](uint32_t a, uint32_t b) {
+      if (cells[a].empty() || cells[b].empty()) return !cells[a].empty() && cells[b].empty();
+      return descending ? cells[b] < cells[a] : cells[a] < cells[b];
+    });
+    EXPECT_EQ(sortOrder(views, SortKind::Text, descending, OrdinalCollation()), expected) << "keys";
+    EXPECT_EQ(sortOrder(views, SortKind::Text, descending, PairsOnly()), expected) << "pairs";
+  }
+}
+
+TEST(SortOrder, WithoutAKeyForEveryTextTheTextsAreComparedInPairs) {
+  // Keys in the opposite order of the comparison, and none for "c": had any key
+  // been used, the order would be reversed.
+  class NoKeyForC final : public Collation {
+   public:
+    int compare(ustring_view a, ustring_view b) const override { return a.compare(b); }
+    bool appendSortKey(ustring_view text, std::string& keys) const override {
+      if (text == u"c") return false;
+      keys.push_back(static_cast<char>(255 - text[0]));
+      return true;
+    }
+  };
+  const std::vector<ustring> cells{u"b", u"a", u"d", u"c"};
+  std::vector<ustring_view> views(cells.begin(), cells.end());
+  EXPECT_EQ(sortOrder(views, SortKind::Text, false, NoKeyForC()), (std::vector<uint32_t>{1, 0, 3, 2}));
+  const std::vector<ustring> keyed{u"b", u"a", u"d"};
+  std::vector<ustring_view> keyedViews(keyed.begin(), keyed.end());
+  EXPECT_EQ(sortOrder(keyedViews, SortKind::Text, false, NoKeyForC()), (std::vector<uint32_t>{2, 0, 1}))
+      << "with a key for every text, the keys decide";
+}
+
 // Random decimals with 'places' digits at most after the point, some negative.
 std::vector<ustring> randomDecimals(std::mt19937& rng, int count, unsigned places) {
   std::vector<ustring> cells;
