@@ -13,9 +13,10 @@ class Parallel {
   virtual ~Parallel() = default;
   // How many parts can run at once.
   virtual std::size_t width() const = 0;
-  // Runs part(0) .. part(parts - 1) and returns when every one has ended. The
-  // parts must not write anything another part reads or writes, must not
-  // throw, and must not call into objects that belong to the caller's thread.
+  // Runs part(0) .. part(parts - 1) and returns when every one has ended; when
+  // one threw, run throws the first such failure after all have ended. The
+  // parts must not write anything another part reads or writes, and must not
+  // call into objects that belong to the caller's thread.
   virtual void run(std::size_t parts, const std::function<void(std::size_t)>& part) const = 0;
 };
 

@@ -5,6 +5,8 @@
 #include <windows.h>
 
 #include <atomic>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "tests/support/table_rows.h"
@@ -30,6 +32,25 @@ TEST(ThreadParallel, EveryPartRunsOnceAndAllButTheFirstOnThreadsOfTheirOwn) {
     for (std::size_t q = 1; q < p; ++q) EXPECT_NE(threads[p], threads[q]) << "parts " << q << " and " << p;
   }
   parallel.run(0, [&](std::size_t) { ADD_FAILURE() << "a part of nothing ran"; });
+}
+
+TEST(ThreadParallel, AFailingPartLetsTheOthersEndAndReachesTheCaller) {
+  const ThreadParallel parallel(3);
+  std::vector<std::atomic<int>> runs(5);
+  for (const std::size_t failing : {std::size_t{0}, std::size_t{3}}) {
+    for (auto& r : runs) r = 0;
+    try {
+      parallel.run(5, [&](std::size_t p) {
+        Sleep(p == failing ? 0 : 20);
+        ++runs[p];
+        if (p == failing) throw std::runtime_error("part " + std::to_string(p));
+      });
+      ADD_FAILURE() << "nothing was thrown";
+    } catch (const std::runtime_error& e) {
+      EXPECT_EQ(std::string(e.what()), "part " + std::to_string(failing));
+    }
+    for (std::size_t p = 0; p < runs.size(); ++p) EXPECT_EQ(runs[p].load(), 1) << "part " << p;
+  }
 }
 
 TEST(ThreadParallel, ALargeCopyOnThreadsIsTheCopyInTurn) {

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <random>
+#include <stdexcept>
+#include <string>
 
 #include "tests/support/table_rows.h"
 #include "tests/support/text.h"
@@ -366,6 +368,20 @@ TEST(CopyText, StoredRowsAreCopiedAsTheirJoinedCellsWouldBe) {
   const ustring expected = u"h1\th2\th3\r\na\tb\tc\r\nshort\t\t\r\nx\t\"y\r\nz\"\t\"q\"\r\n1\t2\t3\t4\r\n\t\t\r\n\t\t\r\n";
   EXPECT_EQ(copyText(Rows(3, rows, false), all), expected);
   EXPECT_EQ(copyText(Rows(3, rows, true), all), expected);
+}
+
+TEST(Parallel, InTurnRunsEveryPartAndThenThrowsTheFirstFailure) {
+  std::vector<int> runs(4);
+  try {
+    inTurn().run(4, [&](std::size_t p) {
+      ++runs[p];
+      if (p == 1 || p == 2) throw std::runtime_error("part " + std::to_string(p));
+    });
+    ADD_FAILURE() << "nothing was thrown";
+  } catch (const std::runtime_error& e) {
+    EXPECT_STREQ(e.what(), "part 1");
+  }
+  EXPECT_EQ(runs, (std::vector<int>{1, 1, 1, 1}));
 }
 
 // Parts run backwards, as threads may finish in any order.
