@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -251,42 +252,62 @@ uint64_t keyStart(std::string_view key) {
   return start;
 }
 
+// More bytes of keys than this and a sort compares pairs instead: keys run to
+// one and a half times their texts, and the 32-bit add-in shares its memory
+// with the host.
+constexpr std::size_t kMostKeyBytes = std::size_t{64} << 20;
+
+// The texts' keys, one after the other, and where each ends; false when the
+// collation has no key for one of them or they would take too much memory.
+bool sortKeys(const std::vector<TextKey>& texts, const Collation& collation, std::string& keys,
+              std::vector<std::size_t>& ends) {
+  try {
+    ends.reserve(texts.size());
+    for (const TextKey& t : texts) {
+      if (keys.size() > kMostKeyBytes || !collation.appendSortKey(t.cell, keys)) return false;
+      ends.push_back(keys.size());
+    }
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
 // Stable, in the collation's order. Through sort keys where the collation has
 // them for every text: each text is read once, where a comparison in pairs
 // would read it some twenty times over a million rows.
 void sortTexts(std::vector<TextKey>& texts, bool descending, const Collation& collation) {
   std::string keys;
   std::vector<std::size_t> ends;
-  ends.reserve(texts.size());
-  for (const TextKey& t : texts) {
-    if (!collation.appendSortKey(t.cell, keys)) break;
-    ends.push_back(keys.size());
-  }
-  if (ends.size() < texts.size()) {
+  if (!sortKeys(texts, collation, keys, ends)) {
+    keys = std::string();
+    ends = std::vector<std::size_t>();
     std::stable_sort(texts.begin(), texts.end(), [&](const TextKey& a, const TextKey& b) {
       const int c = collation.compare(a.cell, b.cell);
       return descending ? c > 0 : c < 0;
     });
     return;
   }
+  auto keyOf = [&](uint32_t k) {
+    const std::size_t begin = k == 0 ? 0 : ends[k - 1];
+    return std::string_view(keys.data() + begin, ends[k] - begin);
+  };
   struct Keyed {
-    uint64_t start;
-    std::string_view key;
-    TextKey text;
+    uint64_t start;  // the key's first eight bytes
+    uint32_t k;      // its text
   };
   std::vector<Keyed> keyed(texts.size());
-  for (std::size_t k = 0; k < texts.size(); ++k) {
-    const std::size_t begin = k == 0 ? 0 : ends[k - 1];
-    const std::string_view key(keys.data() + begin, ends[k] - begin);
-    keyed[k] = Keyed{keyStart(key), key, texts[k]};
-  }
-  auto less = [](const Keyed& a, const Keyed& b) {
+  for (std::size_t k = 0; k < texts.size(); ++k) keyed[k] = Keyed{keyStart(keyOf(static_cast<uint32_t>(k))), static_cast<uint32_t>(k)};
+  auto less = [&](const Keyed& a, const Keyed& b) {
     if (a.start != b.start) return a.start < b.start;
-    return a.key.size() > 8 && b.key.size() > 8 ? a.key.substr(8) < b.key.substr(8) : a.key < b.key;
+    const std::string_view x = keyOf(a.k), y = keyOf(b.k);
+    return x.size() > 8 && y.size() > 8 ? x.substr(8) < y.substr(8) : x < y;
   };
   if (descending) std::stable_sort(keyed.begin(), keyed.end(), [&](const Keyed& a, const Keyed& b) { return less(b, a); });
   else std::stable_sort(keyed.begin(), keyed.end(), less);
-  for (std::size_t k = 0; k < texts.size(); ++k) texts[k] = keyed[k].text;
+  std::vector<TextKey> sorted(texts.size());
+  for (std::size_t k = 0; k < texts.size(); ++k) sorted[k] = texts[keyed[k].k];
+  texts = std::move(sorted);
 }
 
 }  // namespace

@@ -52,7 +52,17 @@ TEST(UserCollation, SortKeysOrderTextsAsCompareStringExDoes) {
 
 TEST(UserCollation, ASortThroughKeysIsTheSortComparingPairs) {
   const UserCollation collation;
-  const std::vector<ustring> texts = mixedTexts(5000);
+  std::vector<ustring> texts = mixedTexts(5000);
+  // Cells of 10,000 characters, whose keys are longer than the first buffer tried.
+  const std::vector<ustring> shortOnes(texts.begin(), texts.begin() + 40);
+  for (std::size_t i = 0; i < shortOnes.size(); ++i) {
+    ustring t;
+    while (t.size() < 10000) t += shortOnes[(i + t.size()) % shortOnes.size()];
+    texts.push_back(t.substr(0, 10000));
+  }
+  std::string longKey;
+  ASSERT_TRUE(collation.appendSortKey(texts.back(), longKey));
+  EXPECT_GT(longKey.size(), 256u);
   std::vector<ustring_view> views(texts.begin(), texts.end());
   for (const bool descending : {false, true}) {
     std::vector<uint32_t> expected(texts.size());

@@ -244,6 +244,22 @@ TEST(SortOrder, WithoutAKeyForEveryTextTheTextsAreComparedInPairs) {
       << "with a key for every text, the keys decide";
 }
 
+TEST(SortOrder, KeysTooLargeForMemoryGiveWayToComparingPairs) {
+  // 33 MiB of key per text, in the opposite order of the comparison: the third
+  // text finds 64 MiB of keys already made.
+  class HugeKeys final : public Collation {
+   public:
+    int compare(ustring_view a, ustring_view b) const override { return a.compare(b); }
+    bool appendSortKey(ustring_view text, std::string& keys) const override {
+      keys.append(std::size_t{33} << 20, static_cast<char>(255 - text[0]));
+      return true;
+    }
+  };
+  const std::vector<ustring> cells{u"b", u"a", u"c"};
+  std::vector<ustring_view> views(cells.begin(), cells.end());
+  EXPECT_EQ(sortOrder(views, SortKind::Text, false, HugeKeys()), (std::vector<uint32_t>{1, 0, 2}));
+}
+
 // Random decimals with 'places' digits at most after the point, some negative.
 std::vector<ustring> randomDecimals(std::mt19937& rng, int count, unsigned places) {
   std::vector<ustring> cells;
