@@ -164,12 +164,11 @@ const ustring& ListModel::joinedCells(int32_t row, ustring& scratch) const {
     return scratch;
   }
   // Exactly n cells already, none written over: the stored text is the joined row.
-  const std::size_t tabs = static_cast<std::size_t>(n - 1);
   if (row >= 1) {
-    if (const ustring* stored = storedRow(row); stored && tabCount(*stored) == tabs) return *stored;
+    if (const ustring* stored = storedRow(row); stored && ui::isJoinedRow(tabCount(*stored), n)) return *stored;
   } else if (std::none_of(columns_.begin(), columns_.end(), [](const ListColumn& c) { return c.hasTitle; })) {
     const ustring_view titles = storedCells(0, scratch);
-    if (tabCount(titles) == tabs) {
+    if (ui::isJoinedRow(tabCount(titles), n)) {
       scratch.assign(titles.data(), titles.size());
       return scratch;
     }

@@ -257,20 +257,23 @@ uint64_t keyStart(std::string_view key) {
 // with the host.
 constexpr std::size_t kMostKeyBytes = std::size_t{64} << 20;
 
-// The texts' keys, one after the other, and where each ends; false when the
-// collation has no key for one of them or they would take too much memory.
+// The texts' keys, one after the other, and where each ends; false (and
+// nothing kept) when the collation has no key for one of them or they would
+// take too much memory.
 bool sortKeys(const std::vector<TextKey>& texts, const Collation& collation, std::string& keys,
               std::vector<std::size_t>& ends) {
   try {
     ends.reserve(texts.size());
     for (const TextKey& t : texts) {
-      if (keys.size() > kMostKeyBytes || !collation.appendSortKey(t.cell, keys)) return false;
+      if (keys.size() > kMostKeyBytes || !collation.appendSortKey(t.cell, keys)) break;
       ends.push_back(keys.size());
     }
-    return true;
   } catch (const std::bad_alloc&) {
-    return false;
   }
+  if (ends.size() == texts.size()) return true;
+  std::string().swap(keys);
+  std::vector<std::size_t>().swap(ends);
+  return false;
 }
 
 // Stable, in the collation's order. Through sort keys where the collation has
@@ -280,8 +283,6 @@ void sortTexts(std::vector<TextKey>& texts, bool descending, const Collation& co
   std::string keys;
   std::vector<std::size_t> ends;
   if (!sortKeys(texts, collation, keys, ends)) {
-    keys = std::string();
-    ends = std::vector<std::size_t>();
     std::stable_sort(texts.begin(), texts.end(), [&](const TextKey& a, const TextKey& b) {
       const int c = collation.compare(a.cell, b.cell);
       return descending ? c > 0 : c < 0;
@@ -301,7 +302,7 @@ void sortTexts(std::vector<TextKey>& texts, bool descending, const Collation& co
   auto less = [&](const Keyed& a, const Keyed& b) {
     if (a.start != b.start) return a.start < b.start;
     const std::string_view x = keyOf(a.k), y = keyOf(b.k);
-    return x.size() > 8 && y.size() > 8 ? x.substr(8) < y.substr(8) : x < y;
+    return x < y;
   };
   if (descending) std::stable_sort(keyed.begin(), keyed.end(), [&](const Keyed& a, const Keyed& b) { return less(b, a); });
   else std::stable_sort(keyed.begin(), keyed.end(), less);
@@ -453,7 +454,7 @@ CopyText::CopyText(const TableText& table, std::span<const RowRange> rows, const
     parts_[p].first = lineCount_ * p / partCount;
     parts_[p].end = lineCount_ * (p + 1) / partCount;
   }
-  const int64_t tabs = int64_t(table.columnCount()) - 1;
+  const int32_t columns = table.columnCount();
   auto measure = [](Line& line, const UnitScan& scan) {
     line.quoted = scan.either;
     return (line.quoted ? quotedSize(ustring_view(line.data, line.size)) : line.size) + 2;
@@ -479,7 +480,7 @@ CopyText::CopyText(const TableText& table, std::span<const RowRange> rows, const
       if (k + kReadAhead < part.end) prefetchForRead(lines_[k + kReadAhead].data);
       Line& line = lines_[k];
       const UnitScan scan = scanUnits(ustring_view(line.data, line.size), u'\t', u'\r', u'\n');
-      if (line.data && static_cast<int64_t>(scan.count) == tabs) part.size += measure(line, scan);
+      if (line.data && isJoinedRow(scan.count, columns)) part.size += measure(line, scan);
       else part.toJoin.push_back(k);
     }
   });

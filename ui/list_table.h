@@ -43,6 +43,12 @@ class TableText {
   virtual void willLocate(int32_t row) const { (void)row; }
 };
 
+// Whether a row's stored text, holding 'tabs' tabs, is its joined cells: it
+// holds exactly 'columns' cells.
+inline bool isJoinedRow(std::size_t tabs, int32_t columns) {
+  return columns >= 1 && tabs == static_cast<std::size_t>(columns - 1);
+}
+
 // ---- sorting ----------------------------------------------------------------------------
 
 // The order of two texts as the user's language orders them: negative, zero or

@@ -49,8 +49,9 @@ void ThreadParallel::run(std::size_t parts, const std::function<void(std::size_t
   std::vector<HANDLE> threads;
   std::vector<std::size_t> here = {0};
   threads.reserve(parts);
-  for (std::size_t p = 0; p < parts; ++p) jobs[p] = Job{&part, p, nullptr};
+  jobs[0] = Job{&part, 0, nullptr};
   for (std::size_t p = 1; p < parts; ++p) {
+    jobs[p] = Job{&part, p, nullptr};
     HANDLE thread = threads.size() < MAXIMUM_WAIT_OBJECTS ? CreateThread(nullptr, 0, runJob, &jobs[p], 0, nullptr)
                                                           : nullptr;
     if (thread) threads.push_back(thread);
